@@ -1,0 +1,41 @@
+# The commands a newcomer types: `make test` and `make demo`.
+BUILD ?= build
+JOBS ?= 2
+GENERATOR := -G Ninja
+CMAKE_COMMON := -DCMAKE_BUILD_TYPE=RelWithDebInfo
+
+.PHONY: all test demo deps build native asan win32 bench clean
+
+all: build
+
+deps:
+	@bash scripts/install-deps.sh
+
+$(BUILD)/native/build.ninja: | deps
+	@cmake -S . -B $(BUILD)/native $(GENERATOR) $(CMAKE_COMMON) >/dev/null
+
+$(BUILD)/asan/build.ninja: | deps
+	@cmake -S . -B $(BUILD)/asan $(GENERATOR) $(CMAKE_COMMON) -DCMAKE_C_COMPILER=clang \
+	  -DCMAKE_CXX_COMPILER=clang++ -DRUNA1_SANITIZE=ON -DRUNA1_FUZZ=ON >/dev/null
+
+$(BUILD)/win32/build.ninja: | deps
+	@cmake -S . -B $(BUILD)/win32 $(GENERATOR) $(CMAKE_COMMON) \
+	  -DCMAKE_TOOLCHAIN_FILE=cmake/mingw32.cmake >/dev/null
+
+native: $(BUILD)/native/build.ninja
+	@cmake --build $(BUILD)/native -j $(JOBS)
+asan: $(BUILD)/asan/build.ninja
+	@cmake --build $(BUILD)/asan -j $(JOBS)
+win32: $(BUILD)/win32/build.ninja
+	@cmake --build $(BUILD)/win32 -j $(JOBS)
+
+build: native asan win32
+
+test: build
+	@bash scripts/run-tests.sh $(BUILD)
+
+demo: win32
+	@echo "runa1.exe is built ($(BUILD)/win32/bin/runa1.exe); the demo game does not exist yet."
+
+clean:
+	rm -rf $(BUILD)

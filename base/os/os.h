@@ -1,0 +1,82 @@
+// The platform seam: what the library needs of an operating system. One implementation over
+// Win32 (os_win32.cpp), one over POSIX (os_posix.cpp); nothing above this layer calls the OS.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "base/os/win32_types.h"
+
+#ifndef _WIN32
+#include <pthread.h>
+#endif
+
+namespace os {
+
+// ---- Files ---------------------------------------------------------------------------------
+// A file handle is the OS's own: a Win32 HANDLE, or a POSIX descriptor carried in a HANDLE.
+using FileHandle = HANDLE;
+inline FileHandle invalidFile() { return INVALID_HANDLE_VALUE; }
+
+enum FileAccess : uint32_t { kAccessRead = 1, kAccessWrite = 2 };
+enum FileShare : uint32_t { kShareRead = 1, kShareWrite = 2 };
+enum class Creation { OpenExisting, CreateAlways };
+
+// Opens or creates a file. access 0 gives a handle that can neither read nor write.
+FileHandle openFile(const char* path, uint32_t access, uint32_t share, Creation creation);
+void closeFile(FileHandle file);
+// Transfers up to `bytes` and gives the count done; 0 after a failure.
+uint32_t readFile(FileHandle file, void* buffer, uint32_t bytes);
+uint32_t writeFile(FileHandle file, const void* buffer, uint32_t bytes);
+// method: 0 from the beginning, 1 from the current position, 2 from the end. Gives the new
+// position, or 0xFFFFFFFF on failure (a negative result, a handle that cannot seek).
+uint32_t seekFile(FileHandle file, int32_t offset, uint32_t method);
+// Low 32 bits of the length, 0xFFFFFFFF on failure.
+uint32_t fileSize(FileHandle file);
+// A second handle to the same open file: both share one position. kSameAccess keeps the access.
+constexpr uint32_t kSameAccess = 0xFFFFFFFF;
+FileHandle duplicateFile(FileHandle file, uint32_t access);
+// Last modification, access and creation times, as local times. Null pointers are skipped.
+bool fileTimes(FileHandle file, SYSTEMTIME* created, SYSTEMTIME* accessed, SYSTEMTIME* written);
+
+// Absolute form of `path`, with the contract of GetFullPathNameA: when the answer and its
+// terminator fit in `bufferLength` bytes it is written, `*namePart` points at its file
+// name part, and the result is its length; otherwise the result is the size needed including
+// the terminator and nothing is written. 0 on failure.
+uint32_t fullPathName(const char* path, uint32_t bufferLength, char* buffer, char** namePart);
+
+// ---- Process heap --------------------------------------------------------------------------
+void* heapAlloc(size_t bytes, bool zero);
+void* heapRealloc(void* block, size_t bytes);
+void heapFree(void* block);
+
+// ---- Recursive lock ------------------------------------------------------------------------
+class CriticalSection {
+ public:
+  CriticalSection();
+  ~CriticalSection();
+  CriticalSection(const CriticalSection&) = delete;
+  CriticalSection& operator=(const CriticalSection&) = delete;
+  void lock();
+  void unlock();
+
+ private:
+#ifdef _WIN32
+  CRITICAL_SECTION section_;
+#else
+  pthread_mutex_t mutex_;
+#endif
+};
+
+class Lock {
+ public:
+  explicit Lock(CriticalSection& section) : section_(section) { section_.lock(); }
+  ~Lock() { section_.unlock(); }
+  Lock(const Lock&) = delete;
+  Lock& operator=(const Lock&) = delete;
+
+ private:
+  CriticalSection& section_;
+};
+
+}  // namespace os

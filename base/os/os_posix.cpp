@@ -1,0 +1,188 @@
+// POSIX side of the platform seam.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <string>
+#include <vector>
+
+#include "base/os/os.h"
+
+namespace os {
+
+namespace {
+
+int fdOf(FileHandle file) { return static_cast<int>(reinterpret_cast<intptr_t>(file)); }
+FileHandle handleOf(int fd) { return reinterpret_cast<FileHandle>(static_cast<intptr_t>(fd)); }
+
+void toSystemTime(const timespec& when, SYSTEMTIME* out) {
+  if (!out) return;
+  tm local{};
+  time_t seconds = when.tv_sec;
+  localtime_r(&seconds, &local);
+  out->wYear = static_cast<WORD>(local.tm_year + 1900);
+  out->wMonth = static_cast<WORD>(local.tm_mon + 1);
+  out->wDayOfWeek = static_cast<WORD>(local.tm_wday);
+  out->wDay = static_cast<WORD>(local.tm_mday);
+  out->wHour = static_cast<WORD>(local.tm_hour);
+  out->wMinute = static_cast<WORD>(local.tm_min);
+  out->wSecond = static_cast<WORD>(local.tm_sec);
+  out->wMilliseconds = static_cast<WORD>(when.tv_nsec / 1000000);
+}
+
+// Makes `path` absolute against the working directory and folds "." and ".." lexically, as
+// GetFullPathNameA does; symbolic links are not resolved.
+std::string absolutePath(const char* path) {
+  std::string joined;
+  if (path[0] != '/') {
+    std::vector<char> cwd(256);
+    while (!getcwd(cwd.data(), cwd.size())) {
+      if (errno != ERANGE) return {};
+      cwd.resize(cwd.size() * 2);
+    }
+    joined = cwd.data();
+    joined += '/';
+  }
+  joined += path;
+  std::vector<std::string> parts;
+  size_t start = 0;
+  while (start <= joined.size()) {
+    size_t end = joined.find('/', start);
+    if (end == std::string::npos) end = joined.size();
+    std::string part = joined.substr(start, end - start);
+    if (part == "..") {
+      if (!parts.empty()) parts.pop_back();
+    } else if (!part.empty() && part != ".") {
+      parts.push_back(part);
+    }
+    start = end + 1;
+  }
+  std::string result;
+  for (const std::string& part : parts) result += "/" + part;
+  // A trailing separator names a directory and stays, as on Windows.
+  if (result.empty() || joined.back() == '/') result += '/';
+  return result;
+}
+
+}  // namespace
+
+FileHandle openFile(const char* path, uint32_t access, uint32_t share, Creation creation) {
+  (void)share;  // POSIX has no share modes to enforce
+  if (access == 0) {
+    // No access rights: create or empty the file as asked, then hold a handle that can
+    // neither read nor write.
+    if (creation == Creation::CreateAlways) {
+      int made = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+      if (made < 0) return invalidFile();
+      close(made);
+    }
+    int fd = open(path, O_PATH | O_CLOEXEC);
+    return fd < 0 ? invalidFile() : handleOf(fd);
+  }
+  int flags = O_CLOEXEC;
+  if ((access & kAccessRead) && (access & kAccessWrite)) flags |= O_RDWR;
+  else if (access & kAccessWrite) flags |= O_WRONLY;
+  else flags |= O_RDONLY;
+  if (creation == Creation::CreateAlways) flags |= O_CREAT | O_TRUNC;
+  int fd = open(path, flags, 0666);
+  if (fd < 0) return invalidFile();
+  struct stat info{};
+  if (fstat(fd, &info) == 0 && S_ISDIR(info.st_mode)) {
+    close(fd);  // CreateFileA refuses directories without backup semantics
+    return invalidFile();
+  }
+  return handleOf(fd);
+}
+
+void closeFile(FileHandle file) { close(fdOf(file)); }
+
+uint32_t readFile(FileHandle file, void* buffer, uint32_t bytes) {
+  uint32_t done = 0;
+  while (done < bytes) {
+    ssize_t got = read(fdOf(file), static_cast<char*>(buffer) + done, bytes - done);
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) return 0;
+    if (got == 0) break;
+    done += static_cast<uint32_t>(got);
+  }
+  return done;
+}
+
+uint32_t writeFile(FileHandle file, const void* buffer, uint32_t bytes) {
+  uint32_t done = 0;
+  while (done < bytes) {
+    ssize_t put = write(fdOf(file), static_cast<const char*>(buffer) + done, bytes - done);
+    if (put < 0 && errno == EINTR) continue;
+    if (put <= 0) return done;
+    done += static_cast<uint32_t>(put);
+  }
+  return done;
+}
+
+uint32_t seekFile(FileHandle file, int32_t offset, uint32_t method) {
+  static const int kWhence[] = {SEEK_SET, SEEK_CUR, SEEK_END};
+  if (method > 2) return 0xFFFFFFFF;
+  off_t at = lseek(fdOf(file), offset, kWhence[method]);
+  return at < 0 ? 0xFFFFFFFF : static_cast<uint32_t>(at);
+}
+
+uint32_t fileSize(FileHandle file) {
+  struct stat info{};
+  if (fstat(fdOf(file), &info) != 0) return 0xFFFFFFFF;
+  return static_cast<uint32_t>(info.st_size);
+}
+
+FileHandle duplicateFile(FileHandle file, uint32_t access) {
+  (void)access;  // a duplicated descriptor keeps the access it was opened with
+  int fd = fcntl(fdOf(file), F_DUPFD_CLOEXEC, 0);
+  return fd < 0 ? invalidFile() : handleOf(fd);
+}
+
+bool fileTimes(FileHandle file, SYSTEMTIME* created, SYSTEMTIME* accessed, SYSTEMTIME* written) {
+  struct stat info{};
+  if (fstat(fdOf(file), &info) != 0) return false;
+  // Linux keeps no creation time in struct stat; the status change time stands in for it.
+  toSystemTime(info.st_ctim, created);
+  toSystemTime(info.st_atim, accessed);
+  toSystemTime(info.st_mtim, written);
+  return true;
+}
+
+uint32_t fullPathName(const char* path, uint32_t bufferLength, char* buffer, char** namePart) {
+  if (!path || !*path) return 0;
+  std::string full = absolutePath(path);
+  if (full.empty()) return 0;
+  if (full.size() + 1 > bufferLength) return static_cast<uint32_t>(full.size() + 1);
+  std::memcpy(buffer, full.c_str(), full.size() + 1);
+  if (namePart) {
+    char* slash = std::strrchr(buffer, '/');
+    *namePart = slash[1] ? slash + 1 : nullptr;
+  }
+  return static_cast<uint32_t>(full.size());
+}
+
+void* heapAlloc(size_t bytes, bool zero) {
+  return zero ? std::calloc(1, bytes ? bytes : 1) : std::malloc(bytes ? bytes : 1);
+}
+
+void* heapRealloc(void* block, size_t bytes) { return std::realloc(block, bytes ? bytes : 1); }
+
+void heapFree(void* block) { std::free(block); }
+
+CriticalSection::CriticalSection() {
+  pthread_mutexattr_t attributes;
+  pthread_mutexattr_init(&attributes);
+  pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
+  pthread_mutex_init(&mutex_, &attributes);
+  pthread_mutexattr_destroy(&attributes);
+}
+
+CriticalSection::~CriticalSection() { pthread_mutex_destroy(&mutex_); }
+void CriticalSection::lock() { pthread_mutex_lock(&mutex_); }
+void CriticalSection::unlock() { pthread_mutex_unlock(&mutex_); }
+
+}  // namespace os

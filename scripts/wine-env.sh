@@ -1,0 +1,13 @@
+# Sourced: the environment of the project's Wine prefix.
+export WINEPREFIX="${RUNA1_WINEPREFIX:-${XDG_CACHE_HOME:-$HOME/.cache}/runa1/wine}"
+export WINEDEBUG="${WINEDEBUG:--all}"
+export WINEDLLOVERRIDES="mscoree,mshtml=;winemenubuilder.exe=d"
+
+# Makes the prefix on first use (about 25 s) and waits until it is complete.
+runa1_wine_prefix() {
+  if [ ! -f "$WINEPREFIX/system.reg" ]; then
+    mkdir -p "$WINEPREFIX"
+    wineboot -i >/dev/null 2>&1 || true
+    wineserver -w
+  fi
+}
