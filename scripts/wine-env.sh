@@ -1,5 +1,6 @@
 # Sourced: the environment of the project's Wine prefix.
-export WINEPREFIX="${RUNA1_WINEPREFIX:-${XDG_CACHE_HOME:-$HOME/.cache}/runa1/wine}"
+# One prefix per checkout, so that test runs of two checkouts never share a wineserver.
+export WINEPREFIX="${RUNA1_WINEPREFIX:-$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)/build/wine}"
 export WINEDEBUG="${WINEDEBUG:--all}"
 export WINEDLLOVERRIDES="mscoree,mshtml=;winemenubuilder.exe=d"
 

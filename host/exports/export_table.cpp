@@ -21,6 +21,15 @@ const ExportEntry kRows[] = {
     RUNA1_EXPORT_ROW(File_GetFileName, 8),
     RUNA1_EXPORT_ROW(File_GetFilePath, 8),
     RUNA1_EXPORT_ROW(File_GetFileHandle, 4),
+    // Module loader and host services
+    // Numeric helpers
+    // Record files and archives
+    // String stream and text resources
+    // Images, views, fonts, z-buffer
+    // Drawing core
+    // 3D
+    // Sound, music, timers, movie
+    // Menu screens
 };
 
 constexpr size_t kCount = sizeof(kRows) / sizeof(kRows[0]);
