@@ -4,6 +4,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
+#include <string_view>
 
 #include "base/os/win32_types.h"
 
@@ -44,6 +46,30 @@ bool fileTimes(FileHandle file, SYSTEMTIME* created, SYSTEMTIME* accessed, SYSTE
 // name part, and the result is its length; otherwise the result is the size needed including
 // the terminator and nothing is written. 0 on failure.
 uint32_t fullPathName(const char* path, uint32_t bufferLength, char* buffer, char** namePart);
+
+// ---- Text at the system boundary ----------------------------------------------------------
+// Text inside the engine is Shift-JIS (code page 932); the outside world gets UTF-8.
+std::string shiftJisToUtf8(std::string_view text);
+// Gives false when `text` is not valid UTF-8 or holds a character Shift-JIS cannot.
+bool utf8ToShiftJis(std::string_view text, std::string* out);
+
+// ---- Dialogs and the debug channel ---------------------------------------------------------
+// Every message box of the host goes through here. When RUNA1_AUTO_ANSWER names a button (ok,
+// cancel, abort, retry, ignore, yes, no), nothing is shown: one line
+// `runa1: message box "<caption>": <text>` goes to stderr and the debug channel, and the answer
+// is that button, or the box's default button when it has no such one. Text and caption are
+// Shift-JIS; flags and answers are those of MessageBox (MB_*, ID*).
+int messageBox(const char* text, const char* caption, uint32_t flags);
+// The button a box answers without a person: the auto answer, else the default button.
+int automaticAnswer(uint32_t flags, const char* autoAnswer);
+// Shows a box to a person: the OS's own message box (the native build has none and answers as
+// automaticAnswer does, after writing the box to stderr).
+int showMessageBox(const char* text, const char* caption, uint32_t flags);
+// Writes one UTF-8 line to stderr and to the debug channel.
+void writeDiagnostic(const std::string& utf8Line);
+// The debug output channel (OutputDebugString), mirrored to stderr in UTF-8 so that users
+// running under a terminal or Wine see it. `text` is Shift-JIS.
+void debugOutput(const char* text);
 
 // ---- Process heap --------------------------------------------------------------------------
 void* heapAlloc(size_t bytes, bool zero);

@@ -1,9 +1,11 @@
 // POSIX side of the platform seam.
 #include <fcntl.h>
+#include <iconv.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -184,5 +186,54 @@ CriticalSection::CriticalSection() {
 CriticalSection::~CriticalSection() { pthread_mutex_destroy(&mutex_); }
 void CriticalSection::lock() { pthread_mutex_lock(&mutex_); }
 void CriticalSection::unlock() { pthread_mutex_unlock(&mutex_); }
+
+}  // namespace os
+
+namespace os {
+
+namespace {
+
+// Converts with iconv; false when the input is invalid or has no form in the target.
+bool convert(const char* to, const char* from, std::string_view text, std::string* out) {
+  iconv_t converter = iconv_open(to, from);
+  if (converter == reinterpret_cast<iconv_t>(-1)) return false;
+  std::string result(text.size() * 4 + 4, '\0');
+  char* in = const_cast<char*>(text.data());
+  size_t inLeft = text.size();
+  char* at = result.data();
+  size_t outLeft = result.size();
+  bool ok = iconv(converter, &in, &inLeft, &at, &outLeft) != static_cast<size_t>(-1) &&
+            iconv(converter, nullptr, nullptr, &at, &outLeft) != static_cast<size_t>(-1);
+  iconv_close(converter);
+  if (!ok) return false;
+  result.resize(result.size() - outLeft);
+  *out = std::move(result);
+  return true;
+}
+
+}  // namespace
+
+std::string shiftJisToUtf8(std::string_view text) {
+  std::string out;
+  if (convert("UTF-8", "CP932", text, &out)) return out;
+  // Broken Shift-JIS: keep the ASCII and mark the rest, so a diagnostic still says something.
+  out.clear();
+  for (char c : text) out += (static_cast<unsigned char>(c) < 0x80) ? c : '?';
+  return out;
+}
+
+bool utf8ToShiftJis(std::string_view text, std::string* out) { return convert("CP932", "UTF-8", text, out); }
+
+int showMessageBox(const char* text, const char* caption, uint32_t flags) {
+  writeDiagnostic("runa1: message box \"" + shiftJisToUtf8(caption) + "\": " + shiftJisToUtf8(text) + "\n");
+  return automaticAnswer(flags, nullptr);
+}
+
+void writeDiagnostic(const std::string& utf8Line) {
+  std::fwrite(utf8Line.data(), 1, utf8Line.size(), stderr);
+  std::fflush(stderr);
+}
+
+void debugOutput(const char* text) { writeDiagnostic(shiftJisToUtf8(text)); }
 
 }  // namespace os

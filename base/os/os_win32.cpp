@@ -118,3 +118,62 @@ void CriticalSection::lock() { EnterCriticalSection(&section_); }
 void CriticalSection::unlock() { LeaveCriticalSection(&section_); }
 
 }  // namespace os
+
+namespace os {
+
+namespace {
+
+std::wstring widenFrom(UINT codePage, std::string_view text, DWORD flags) {
+  if (text.empty()) return {};
+  int count = MultiByteToWideChar(codePage, flags, text.data(), static_cast<int>(text.size()), nullptr, 0);
+  if (count <= 0) return {};
+  std::wstring wide(static_cast<size_t>(count), L'\0');
+  MultiByteToWideChar(codePage, flags, text.data(), static_cast<int>(text.size()), wide.data(), count);
+  return wide;
+}
+
+}  // namespace
+
+std::string shiftJisToUtf8(std::string_view text) {
+  std::wstring wide = widenFrom(kShiftJis, text, 0);
+  int count = WideCharToMultiByte(CP_UTF8, 0, wide.data(), static_cast<int>(wide.size()), nullptr, 0, nullptr, nullptr);
+  std::string out(static_cast<size_t>(count > 0 ? count : 0), '\0');
+  if (count > 0)
+    WideCharToMultiByte(CP_UTF8, 0, wide.data(), static_cast<int>(wide.size()), out.data(), count, nullptr, nullptr);
+  return out;
+}
+
+bool utf8ToShiftJis(std::string_view text, std::string* out) {
+  if (text.empty()) {
+    out->clear();
+    return true;
+  }
+  std::wstring wide = widenFrom(CP_UTF8, text, MB_ERR_INVALID_CHARS);
+  if (wide.empty()) return false;
+  BOOL lossy = FALSE;
+  int count = WideCharToMultiByte(kShiftJis, WC_NO_BEST_FIT_CHARS, wide.data(), static_cast<int>(wide.size()),
+                                  nullptr, 0, nullptr, &lossy);
+  if (count <= 0 || lossy) return false;
+  out->assign(static_cast<size_t>(count), '\0');
+  WideCharToMultiByte(kShiftJis, WC_NO_BEST_FIT_CHARS, wide.data(), static_cast<int>(wide.size()), out->data(),
+                      count, nullptr, nullptr);
+  return true;
+}
+
+int showMessageBox(const char* text, const char* caption, uint32_t flags) {
+  return MessageBoxW(nullptr, widen(text).c_str(), widen(caption).c_str(), flags);
+}
+
+void writeDiagnostic(const std::string& utf8Line) {
+  HANDLE error = GetStdHandle(STD_ERROR_HANDLE);
+  if (error && error != INVALID_HANDLE_VALUE) {
+    DWORD written = 0;
+    WriteFile(error, utf8Line.data(), static_cast<DWORD>(utf8Line.size()), &written, nullptr);
+  }
+  std::wstring wide = widenFrom(CP_UTF8, utf8Line, 0);
+  OutputDebugStringW(wide.c_str());
+}
+
+void debugOutput(const char* text) { writeDiagnostic(shiftJisToUtf8(text)); }
+
+}  // namespace os

@@ -23,6 +23,39 @@ using HANDLE = void*;
 
 #define INVALID_HANDLE_VALUE (reinterpret_cast<HANDLE>(static_cast<intptr_t>(-1)))
 
+// Message box flags and answers.
+#define MB_OK 0x0u
+#define MB_OKCANCEL 0x1u
+#define MB_ABORTRETRYIGNORE 0x2u
+#define MB_YESNOCANCEL 0x3u
+#define MB_YESNO 0x4u
+#define MB_RETRYCANCEL 0x5u
+#define MB_CANCELTRYCONTINUE 0x6u
+#define MB_TYPEMASK 0xFu
+#define MB_ICONHAND 0x10u
+#define MB_ICONERROR MB_ICONHAND
+#define MB_ICONSTOP MB_ICONHAND
+#define MB_ICONQUESTION 0x20u
+#define MB_ICONEXCLAMATION 0x30u
+#define MB_ICONWARNING MB_ICONEXCLAMATION
+#define MB_ICONINFORMATION 0x40u
+#define MB_DEFBUTTON1 0x0u
+#define MB_DEFBUTTON2 0x100u
+#define MB_DEFBUTTON3 0x200u
+#define MB_DEFBUTTON4 0x300u
+#define MB_DEFMASK 0xF00u
+#define MB_SETFOREGROUND 0x10000u
+#define MB_TOPMOST 0x40000u
+#define IDOK 1
+#define IDCANCEL 2
+#define IDABORT 3
+#define IDRETRY 4
+#define IDIGNORE 5
+#define IDYES 6
+#define IDNO 7
+#define IDTRYAGAIN 10
+#define IDCONTINUE 11
+
 struct SYSTEMTIME {
   WORD wYear;
   WORD wMonth;
