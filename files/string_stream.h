@@ -10,11 +10,16 @@
 
 #include <cstdint>
 
+class KFileObj;
+
 class StringStream {
  public:
   // A stream over a copy of `length` bytes of `text`, NULs included; null when `length` is
   // negative or the memory can't be had. The streams that the getters return are made so.
   static StringStream* Create(const char* text, int32_t length);
+  // A stream over GetLength() bytes of `file`, read from its current position (what a short
+  // read leaves stays NUL); null when the memory can't be had.
+  static StringStream* LoadText(KFileObj* file);
   virtual ~StringStream();
   StringStream(const StringStream&) = delete;
   StringStream& operator=(const StringStream&) = delete;
@@ -38,6 +43,24 @@ class StringStream {
   // cursor stands on that separator, otherwise it returns to the token's start. Empty when the
   // text ended; null only when memory fails.
   StringStream* GetString(bool move);
+  // The rest of the line from the cursor, without skipping, up to code 10, 13 or 0. One line end
+  // is CR, LF, or any pair of them: CR LF, LF CR, LF LF, CR CR. With `move` the cursor stands
+  // behind the line end, otherwise it stays.
+  StringStream* GetLine(bool move);
+  // With the cursor behind an opening code: the text up to its matching `close`, nesting on
+  // `open` (`close` wins when both are equal). The cursor stands behind the close; at the end
+  // of the text the result is all that was left.
+  StringStream* GetEnclosedString(uint32_t open, uint32_t close);
+
+  // A plain decimal number in ASCII: optional sign (blanks may follow it), digits, '.' and
+  // digits; no exponent. 0 when no number stands next, with the cursor on what does.
+  float GetValue();
+  // 0, or the radix (16, 8, 2 or 10) of the integer that stands next, by its suffix: H, O, or a
+  // last digit B, in ASCII or full width. The cursor stays.
+  uint32_t IsNumberString();
+  // The integer that stands next, in the radix IsNumberString finds, wrapping in 32 bits; its
+  // suffix (B, O, T, H in either case and width) is consumed. 0 when none stands next.
+  int32_t GetInteger();
 
   // Rebuilds the space table: codes 0-31 and each byte of `codes`.
   void SetSpaceCode(const char* codes);
@@ -51,15 +74,21 @@ class StringStream {
  protected:
   // Takes `text`, a block of at least length + 1 bytes with a NUL at `length`.
   StringStream(char* text, int32_t length);
-  // A heap copy of `length` bytes followed by NULs, at least 256 bytes; null when memory fails.
-  static char* CopyText(const char* text, int32_t length);
+  // A zero-filled heap block for a text of `length` bytes and its NUL, at least 256 bytes;
+  // null when memory fails.
+  static char* AllocateText(int32_t length);
   // A new stream over the bytes from `from` up to `to`, cut to the text; empty when that is
   // nothing.
   StringStream* Slice(int32_t from, int32_t to) const;
 
  private:
+  // A new stream that owns `text`; frees it and gives null when memory fails.
+  static StringStream* Adopt(char* text, int32_t length);
   bool AtEnd() const { return static_cast<uint32_t>(index_) >= static_cast<uint32_t>(length_); }
   bool IsSpaceCode(uint32_t code) const { return code < 256 && spaces_[code]; }
+  // Skips spaces and reads a character; past a sign (either width) skips spaces again and
+  // reads the next. Gives that character and whether the sign was a minus.
+  uint32_t ReadSignedStart(bool* negative);
 
   char* text_;
   int32_t index_ = 0;
