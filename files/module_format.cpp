@@ -145,9 +145,8 @@ int32_t FormatModuleArguments(char* buffer, const char* format, const void* argu
       ++at;
       bool precisionFromCells = *at == '*';
       precision = ReadCount(at, cells);
-      // A lone '.' is precision 0; a negative one from the cells counts as none.
-      if (!precisionFromCells) precision = std::max(precision, 0);
-      else if (precision < 0) precision = -1;
+      // A lone '.' means 0; a negative precision from the cells means none.
+      if (precision < 0) precision = precisionFromCells ? -1 : 0;
     }
     Size size = ReadSize(at);
 

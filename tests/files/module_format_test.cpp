@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -102,5 +103,25 @@ TEST(ModuleFormatTest, TheBufferHasNoLimit) {
   EXPECT_EQ(buffer[4004], '\0');
   EXPECT_EQ(buffer[4005], 'Z');
 }
+
+#if defined(_WIN32) && !defined(_WIN64)
+// On the 32-bit target a real va_list is the module's cell layout: the walk must agree with
+// the compiler's own stack for every kind of argument.
+int32_t formatVariadic(char* buffer, const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  int32_t count = strmstr_Format(buffer, format, arguments);
+  va_end(arguments);
+  return count;
+}
+
+TEST(ModuleFormatTest, ARealArgumentListOfThe32BitTarget) {
+  char buffer[256];
+  int32_t count = formatVariadic(buffer, "%d|%lld|%.2f|%s|%c|%hd|%I64x|%u", -7, -9000000000LL, 2.5, "sjis",
+                                 'q', static_cast<short>(-3), 0xABCDEF0123LL, 4000000000u);
+  EXPECT_STREQ(buffer, "-7|-9000000000|2.50|sjis|q|-3|abcdef0123|4000000000");
+  EXPECT_EQ(count, static_cast<int32_t>(std::strlen(buffer)));
+}
+#endif
 
 }  // namespace
