@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "host/exports/file.h"
+#include "host/exports/numeric.h"
 
 namespace {
 
@@ -23,6 +24,62 @@ const ExportEntry kRows[] = {
     RUNA1_EXPORT_ROW(File_GetFileHandle, 4),
     // Module loader and host services
     // Numeric helpers
+    RUNA1_EXPORT_ROW(float_Init, 0),
+    RUNA1_EXPORT_ROW(float_Round, 4),
+    RUNA1_EXPORT_ROW(float_Abs, 4),
+    RUNA1_EXPORT_ROW(float_ChS, 4),
+    RUNA1_EXPORT_ROW(float_Add, 8),
+    RUNA1_EXPORT_ROW(float_Sub, 8),
+    RUNA1_EXPORT_ROW(float_Mul, 8),
+    RUNA1_EXPORT_ROW(float_Div, 8),
+    RUNA1_EXPORT_ROW(float_IAdd, 8),
+    RUNA1_EXPORT_ROW(float_ISub, 8),
+    RUNA1_EXPORT_ROW(float_IMul, 8),
+    RUNA1_EXPORT_ROW(float_IDiv, 8),
+    RUNA1_EXPORT_ROW(float_2XM1, 4),
+    RUNA1_EXPORT_ROW(float_YL2X, 8),
+    RUNA1_EXPORT_ROW(float_Scale, 8),
+    RUNA1_EXPORT_ROW(float_Com, 8),
+    RUNA1_EXPORT_ROW(float_ICom, 8),
+    RUNA1_EXPORT_ROW(float_Test, 4),
+    RUNA1_EXPORT_ROW(float_Sqrt, 4),
+    RUNA1_EXPORT_ROW(float_Sin, 4),
+    RUNA1_EXPORT_ROW(float_Cos, 4),
+    RUNA1_EXPORT_ROW(float_ILD, 4),
+    RUNA1_EXPORT_ROW(float_Int, 4),
+    RUNA1_EXPORT_ROW(float_LD1, 0),
+    RUNA1_EXPORT_ROW(float_Zero, 0),
+    RUNA1_EXPORT_ROW(float_PI, 0),
+    RUNA1_EXPORT_ROW_NAMED("__stdcallfloat_Log2T", float_Log2T, 0),
+    RUNA1_EXPORT_ROW(float_Log2, 0),
+    RUNA1_EXPORT_ROW(double_Round, 4),
+    RUNA1_EXPORT_ROW(double_Abs, 4),
+    RUNA1_EXPORT_ROW(double_ChS, 4),
+    RUNA1_EXPORT_ROW(double_Add, 8),
+    RUNA1_EXPORT_ROW(double_Sub, 8),
+    RUNA1_EXPORT_ROW(double_Mul, 8),
+    RUNA1_EXPORT_ROW(double_Div, 8),
+    RUNA1_EXPORT_ROW(double_IAdd, 8),
+    RUNA1_EXPORT_ROW(double_ISub, 8),
+    RUNA1_EXPORT_ROW(double_IMul, 8),
+    RUNA1_EXPORT_ROW(double_IDiv, 8),
+    RUNA1_EXPORT_ROW(double_2XM1, 4),
+    RUNA1_EXPORT_ROW(double_YL2X, 8),
+    RUNA1_EXPORT_ROW(double_Scale, 8),
+    RUNA1_EXPORT_ROW(double_Com, 8),
+    RUNA1_EXPORT_ROW(double_ICom, 8),
+    RUNA1_EXPORT_ROW(double_Test, 4),
+    RUNA1_EXPORT_ROW(double_Sqrt, 4),
+    RUNA1_EXPORT_ROW(double_Sin, 4),
+    RUNA1_EXPORT_ROW(double_Cos, 4),
+    RUNA1_EXPORT_ROW(double_ILD, 8),
+    RUNA1_EXPORT_ROW(double_Int, 4),
+    RUNA1_EXPORT_ROW(double_LD1, 4),
+    RUNA1_EXPORT_ROW(double_Zero, 4),
+    RUNA1_EXPORT_ROW(double_PI, 4),
+    RUNA1_EXPORT_ROW(double_Log2T, 4),
+    RUNA1_EXPORT_ROW(double_Log2, 4),
+    RUNA1_EXPORT_ROW(ZPK_CPUID, 4),
     // Record files and archives
     // String stream and text resources
     // Images, views, fonts, z-buffer
