@@ -6,6 +6,7 @@
 
 #include "host/exports/file.h"
 #include "host/exports/numeric.h"
+#include "host/exports/services.h"
 
 namespace {
 
@@ -23,6 +24,16 @@ const ExportEntry kRows[] = {
     RUNA1_EXPORT_ROW(File_GetFilePath, 8),
     RUNA1_EXPORT_ROW(File_GetFileHandle, 4),
     // Module loader and host services
+    RUNA1_EXPORT_ROW(ZPK_SetRegistryKey, 8),
+    RUNA1_EXPORT_ROW(ZPK_GetProfileInt, 12),
+    RUNA1_EXPORT_ROW(ZPK_WriteProfileInt, 12),
+    RUNA1_EXPORT_ROW(ZPK_GetProfileString, 12),
+    RUNA1_EXPORT_ROW(ZPK_WriteProfileString, 12),
+    RUNA1_EXPORT_ROW(ZPK_IsShowCursor, 0),
+    RUNA1_EXPORT_ROW(ZPK_SetShowCursor, 4),
+    RUNA1_EXPORT_ROW(ZPK_GetDisplaySize, 4),
+    RUNA1_EXPORT_ROW(ZPK_GetDisplayBitsPerPixel, 0),
+    RUNA1_EXPORT_ROW(ZPK_CompareExchange, 12),
     // Numeric helpers
     RUNA1_EXPORT_ROW(float_Init, 0),
     RUNA1_EXPORT_ROW(float_Round, 4),

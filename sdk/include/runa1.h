@@ -40,6 +40,22 @@ RUNA1_IMPORT(uint32_t) File_GetFilePath(KFILE file, char* buffer);
 RUNA1_IMPORT(void*) File_GetFileHandle(KFILE file);
 
 /* ---- Module loader and host services ----------------------------------------------------- */
+/* Profile: per-user values under company, application, section, entry. The company is
+ * "Orvik Soft" until ZPK_SetRegistryKey names another. ZPK_GetProfileString returns a copy on
+ * the process heap (HeapFree(GetProcessHeap(), 0, text) when done). Writing a null value
+ * deletes the entry; a null entry deletes the section. */
+RUNA1_IMPORT(uint32_t) ZPK_SetRegistryKey(const char* company, const char* application);
+RUNA1_IMPORT(uint32_t) ZPK_GetProfileInt(const char* section, const char* entry, uint32_t defaultValue);
+RUNA1_IMPORT(uint32_t) ZPK_WriteProfileInt(const char* section, const char* entry, uint32_t value);
+RUNA1_IMPORT(char*) ZPK_GetProfileString(const char* section, const char* entry, const char* defaultValue);
+RUNA1_IMPORT(uint32_t) ZPK_WriteProfileString(const char* section, const char* entry, const char* value);
+RUNA1_IMPORT(uint32_t) ZPK_IsShowCursor(void);
+RUNA1_IMPORT(uint32_t) ZPK_SetShowCursor(int32_t show);
+/* Fills width and height of the screen; returns the height. */
+RUNA1_IMPORT(uint32_t) ZPK_GetDisplaySize(void* size);
+RUNA1_IMPORT(uint32_t) ZPK_GetDisplayBitsPerPixel(void);
+/* Atomic: if *target == comparand it becomes exchange; returns the previous *target. */
+RUNA1_IMPORT(uint32_t) ZPK_CompareExchange(volatile uint32_t* target, uint32_t comparand, uint32_t exchange);
 
 /* ---- Numeric helpers ---------------------------------------------------------------------- */
 /* Floats travel as their 32-bit patterns (RUNA1_FLOAT), doubles by pointer: the first
