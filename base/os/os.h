@@ -105,4 +105,43 @@ class Lock {
   CriticalSection& section_;
 };
 
+// ---- Desktop -------------------------------------------------------------------------------
+// The cursor's display counter: ShowCursor's contract (the new count after one step up or down).
+int showCursor(bool show);
+// Re-sets the current cursor so that a hidden one disappears at once.
+void refreshCursor();
+// The primary screen's size in pixels.
+SIZE screenSize();
+// Bits per pixel of a device context compatible with the display; 0 if none can be made.
+uint32_t displayBitsPerPixel();
+
+struct DisplayMode {
+  uint32_t width;
+  uint32_t height;
+  uint32_t bitsPerPixel;
+  uint32_t frequency;
+  uint32_t flags;
+};
+// The display's modes in the system's order; false past the last.
+bool enumDisplayMode(uint32_t index, DisplayMode* mode);
+// Switches the display to `mode` for this process (full-screen change); null goes back to the
+// mode the user set. False when the system refuses.
+bool changeDisplayMode(const DisplayMode* mode);
+
+// ---- Profile store -------------------------------------------------------------------------
+// Per-user integers and strings under company, application, section and entry: the registry's
+// current-user software branch on Win32, a process-local store natively. Texts are Shift-JIS.
+struct ProfileKey {
+  const char* company;
+  const char* application;
+  const char* section;
+  const char* entry;  // null: the whole section, for deletion
+};
+bool readProfileInt(const ProfileKey& key, uint32_t* value);
+bool writeProfileInt(const ProfileKey& key, uint32_t value);
+bool readProfileString(const ProfileKey& key, std::string* value);
+bool writeProfileString(const ProfileKey& key, const char* value);
+// Removes one entry, or the whole section when the key's entry is null.
+bool deleteProfileEntry(const ProfileKey& key);
+
 }  // namespace os
