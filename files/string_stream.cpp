@@ -11,7 +11,36 @@ namespace {
 
 constexpr char kDefaultSpaces[] = " ";
 constexpr char kDefaultSeparators[] = " !\"#$%&'()*+,-./:;<=>?@[\\]^{|}~";
+constexpr size_t kTableSize = 256;
 constexpr int32_t kMinimumBlock = 256;
+
+// Space table: codes 0-31 and each byte of `codes`.
+constexpr void FillSpaceTable(uint8_t* spaces, const char* codes) {
+  for (size_t code = 0; code < kTableSize; ++code) spaces[code] = code < 32 ? 255 : 0;
+  for (const char* at = codes ? codes : ""; *at; ++at) spaces[static_cast<uint8_t>(*at)] = 255;
+}
+
+// Separator table: the spaces and each byte of `codes`.
+constexpr void FillSeparatorTable(uint8_t* separators, const uint8_t* spaces, const char* codes) {
+  for (size_t code = 0; code < kTableSize; ++code) separators[code] = spaces[code];
+  for (const char* at = codes ? codes : ""; *at; ++at) separators[static_cast<uint8_t>(*at)] = 255;
+}
+
+// The default tables, made at compile time: every token a scan takes is a new stream that
+// starts with them.
+struct Tables {
+  uint8_t spaces[kTableSize];
+  uint8_t separators[kTableSize];
+};
+
+constexpr Tables MakeDefaultTables() {
+  Tables tables{};
+  FillSpaceTable(tables.spaces, kDefaultSpaces);
+  FillSeparatorTable(tables.separators, tables.spaces, kDefaultSeparators);
+  return tables;
+}
+
+constexpr Tables kDefaultTables = MakeDefaultTables();
 
 bool IsLeadByte(uint8_t byte) { return (byte >= 0x80 && byte <= 0x9F) || byte >= 0xE0; }
 
@@ -58,8 +87,8 @@ uint32_t DigitValue(uint32_t code) {
 }  // namespace
 
 StringStream::StringStream(char* text, int32_t length) : text_(text), length_(length) {
-  SetSpaceCode(kDefaultSpaces);
-  SetSeparateCode(kDefaultSeparators);
+  std::memcpy(spaces_, kDefaultTables.spaces, sizeof spaces_);
+  std::memcpy(separators_, kDefaultTables.separators, sizeof separators_);
 }
 
 StringStream::~StringStream() { os::heapFree(text_); }
@@ -138,16 +167,9 @@ StringStream* StringStream::GetString(bool move) {
   return token;
 }
 
-void StringStream::SetSpaceCode(const char* codes) {
-  std::memset(spaces_, 255, 32);
-  std::memset(spaces_ + 32, 0, sizeof spaces_ - 32);
-  for (const char* at = codes ? codes : ""; *at; ++at) spaces_[static_cast<uint8_t>(*at)] = 255;
-}
+void StringStream::SetSpaceCode(const char* codes) { FillSpaceTable(spaces_, codes); }
 
-void StringStream::SetSeparateCode(const char* codes) {
-  std::memcpy(separators_, spaces_, sizeof separators_);
-  for (const char* at = codes ? codes : ""; *at; ++at) separators_[static_cast<uint8_t>(*at)] = 255;
-}
+void StringStream::SetSeparateCode(const char* codes) { FillSeparatorTable(separators_, spaces_, codes); }
 
 StringStream* StringStream::GetLine(bool move) {
   int32_t start = index_;
