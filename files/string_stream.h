@@ -56,7 +56,7 @@ class StringStream {
   // digits; no exponent. 0 when no number stands next, with the cursor on what does.
   float GetValue();
   // 0, or the radix (16, 8, 2 or 10) of the integer that stands next, by its suffix: H, O, or a
-  // last digit B, in ASCII or full width. The cursor stays.
+  // last digit B, in ASCII or full width. The cursor and the last index stay.
   uint32_t IsNumberString();
   // The integer that stands next, in the radix IsNumberString finds, wrapping in 32 bits; its
   // suffix (B, O, T, H in either case and width) is consumed. 0 when none stands next.
