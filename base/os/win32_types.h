@@ -21,6 +21,8 @@ using UINT = uint32_t;
 using BOOL = int32_t;
 using HANDLE = void*;
 
+#define WINAPI
+
 #define INVALID_HANDLE_VALUE (reinterpret_cast<HANDLE>(static_cast<intptr_t>(-1)))
 
 // Message box flags and answers.
