@@ -23,7 +23,9 @@ static_assert(sizeof(BlockHeader) == 16);
 
 std::atomic<int32_t> liveBlocks{0};
 
-BlockHeader* headerOf(void* block) { return static_cast<BlockHeader*>(block) - 1; }
+BlockHeader* headerOf(void* block) {
+  return reinterpret_cast<BlockHeader*>(reinterpret_cast<uintptr_t>(block) - sizeof(BlockHeader));
+}
 
 // An address is taken for a block when its low four bits are clear and its header can be read.
 bool isBlock(void* block) {

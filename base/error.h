@@ -53,7 +53,7 @@ void vkSetErrorMode(uint32_t flags);
 // Formats like printf into a 0x4000-byte buffer and shows it in a box captioned
 // "VomarKit Message"; gives the button pressed. A longer text is a breakpoint trap, and only
 // its beginning is shown.
-int vkMessageBox(const char* format, uint32_t flags, ...) __attribute__((format(gnu_printf, 1, 3)));
+int vkMessageBox(const char* format, uint32_t flags, ...) __attribute__((format(printf, 1, 3)));
 
 // The success report that closes every library function.
 inline uint32_t vkSucceed() { return vkSetError(VK_OK, 0, nullptr, -1, nullptr); }
