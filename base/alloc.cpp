@@ -43,9 +43,8 @@ void* vkAlloc(uint32_t size, uint32_t zero) {
   void* raw = nullptr;
   // A request beyond the address space cannot succeed; asking the user to retry it is pointless.
   if (total <= SIZE_MAX) {
-    while (!(raw = os::globalAlloc(static_cast<size_t>(total), zero != 0)) &&
-           vk_internal::retryAllocation(static_cast<size_t>(total))) {
-    }
+    size_t bytes = static_cast<size_t>(total);
+    raw = vk_internal::allocateWithRetry(bytes, [bytes, zero] { return os::globalAlloc(bytes, zero != 0); });
   }
   if (!raw) {
     vkSetError(VK_ERROR_ALLOCATION, 0, kSource, __LINE__, "The allocation of global memory was failed.");

@@ -97,10 +97,8 @@ void vkSetErrorMode(uint32_t flags) {
 }
 
 int vkMessageBox(const char* format, uint32_t flags, ...) {
-  char* text = nullptr;
-  while (!(text = static_cast<char*>(os::heapAlloc(kMessageBufferSize, true))) &&
-         vk_internal::retryAllocation(kMessageBufferSize)) {
-  }
+  char* text = static_cast<char*>(
+      vk_internal::allocateWithRetry(kMessageBufferSize, [] { return os::heapAlloc(kMessageBufferSize, true); }));
   if (!text) {
     vkSetError(VK_ERROR_ALLOCATION, 0, "vkMessageBox", __LINE__,
                "The allocation of heap memory was failed.");

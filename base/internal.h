@@ -10,6 +10,15 @@ namespace vk_internal {
 // again, false on Cancel.
 bool retryAllocation(size_t requestedBytes);
 
+// Calls `allocate` until it gives memory or the user cancels the retry dialog; null then.
+template <typename Allocate>
+void* allocateWithRetry(size_t requestedBytes, Allocate allocate) {
+  void* memory;
+  while (!(memory = allocate()) && retryAllocation(requestedBytes)) {
+  }
+  return memory;
+}
+
 // The TLS slot of the error records: made when missing (first start, or first use by a thread
 // that never attached), and given back at the last stop when no thread holds a record.
 void ensureRecordSlot();

@@ -45,10 +45,8 @@ VKERRORRECORD* makeRecord() {
   vk_internal::ensureRecordSlot();
   uint32_t slot = recordSlot.load();
   if (slot == os::kNoTlsSlot) return nullptr;
-  void* memory;
-  while (!(memory = os::heapAlloc(sizeof(VKERRORRECORD), true)) &&
-         vk_internal::retryAllocation(sizeof(VKERRORRECORD))) {
-  }
+  void* memory = vk_internal::allocateWithRetry(sizeof(VKERRORRECORD),
+                                                 [] { return os::heapAlloc(sizeof(VKERRORRECORD), true); });
   if (!memory) return nullptr;
   VKERRORRECORD* record = static_cast<VKERRORRECORD*>(memory);
   clearReport(record);
