@@ -48,7 +48,7 @@ uint32_t Graphic::ReadBitmap(KFileObj* file) {
     if (!readExactly(file, info.colours, colourBytes)) return 1;
     remaining -= colourBytes;
   }
-  uint64_t rowsBytes = uint64_t{dibPitch(header.biWidth, bits)} * static_cast<uint32_t>(header.biHeight);
+  uint64_t rowsBytes = dibPitch(header.biWidth, bits) * static_cast<uint32_t>(header.biHeight);
   if (rowsBytes > 0xFFFFFFFFu) return 1;
   if (header.biSizeImage == 0) header.biSizeImage = static_cast<uint32_t>(rowsBytes);
   // The kernels walk whole rows: a stated size that cannot hold them is damage.

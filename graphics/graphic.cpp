@@ -49,6 +49,8 @@ Graphic::~Graphic() { Graphic::Release(); }
 uint8_t* Graphic::AllocatePixels(uint32_t imageSize, int32_t height) {
   if (height <= 0) return nullptr;
   uint64_t bytes = uint64_t{imageSize} / static_cast<uint32_t>(height) * (uint64_t(height) + 1);
+  // A stated size that is no multiple of the height still gets all its bytes.
+  bytes = std::max<uint64_t>(bytes, imageSize);
   if (bytes == 0 || bytes > kMaxPixelBlock) return nullptr;
   return static_cast<uint8_t*>(std::malloc(bytes));
 }
@@ -92,7 +94,7 @@ uint32_t Graphic::Release() {
 uint32_t Graphic::CreateBitmap(int32_t width, int32_t height, uint32_t bits) {
   if ((bits != 1 && bits != 8 && bits != 24) || width <= 0 || height <= 0) return 1;
   os::Lock hold(lock_);
-  uint64_t size = uint64_t{dibPitch(width, bits)} * static_cast<uint32_t>(height);
+  uint64_t size = dibPitch(width, bits) * static_cast<uint32_t>(height);
   uint8_t* block = size <= kMaxPixelBlock ? AllocatePixels(static_cast<uint32_t>(size), height) : nullptr;
   if (!block) return 1;
   struct {
@@ -117,7 +119,8 @@ uint32_t Graphic::AttachDIBitmap(const BITMAPINFO* info, void* bits, bool conver
   DetachDIBitmap();
   header_ = info->bmiHeader;
   if (header_.biSizeImage == 0)
-    header_.biSizeImage = dibPitch(header_.biWidth, header_.biBitCount) * static_cast<uint32_t>(header_.biHeight);
+    header_.biSizeImage =
+        static_cast<uint32_t>(dibPitch(header_.biWidth, header_.biBitCount) * static_cast<uint32_t>(header_.biHeight));
   pixels_ = static_cast<uint8_t*>(bits);
   if (header_.biBitCount <= 8)
     std::memcpy(masterPalette_, info->bmiColors, (size_t{1} << header_.biBitCount) * sizeof(RGBQUAD));
@@ -267,10 +270,10 @@ int32_t Graphic::DrawBitmapToDC(HDC dc, int32_t x, int32_t y, const SIZE* size, 
   os::Lock hold(lock_);
   UpdatePalette();
   RECT source = rect ? *rect : view_;
-  source.left = std::max(source.left, 0);
-  source.top = std::max(source.top, 0);
-  source.right = std::min(source.right, header_.biWidth - 1);
-  source.bottom = std::min(source.bottom, header_.biHeight - 1);
+  source.left = std::max<int32_t>(source.left, 0);
+  source.top = std::max<int32_t>(source.top, 0);
+  source.right = std::min<int32_t>(source.right, header_.biWidth - 1);
+  source.bottom = std::min<int32_t>(source.bottom, header_.biHeight - 1);
   int32_t width = source.right - source.left + 1, height = source.bottom - source.top + 1;
   SIZE target = size ? *size : SIZE{width, height};
   return os::paintDevice().stretchDIBits(dc, x, y, target.cx, target.cy, source.left,
@@ -280,8 +283,8 @@ int32_t Graphic::DrawBitmapToDC(HDC dc, int32_t x, int32_t y, const SIZE* size, 
 
 void Graphic::SetViewRectangle(int32_t left, int32_t top, int32_t right, int32_t bottom) {
   os::Lock hold(lock_);
-  view_ = {std::max(left, 0), std::max(top, 0), std::min(right, header_.biWidth - 1),
-           std::min(bottom, header_.biHeight - 1)};
+  view_ = {std::max<int32_t>(left, 0), std::max<int32_t>(top, 0), std::min<int32_t>(right, header_.biWidth - 1),
+           std::min<int32_t>(bottom, header_.biHeight - 1)};
 }
 
 uint32_t Graphic::IsPointHit(int32_t x, int32_t y) const {

@@ -29,8 +29,8 @@ extern std::atomic<int32_t> DefaultConversion;
 constexpr int32_t kMadeObjectConversion = kConversionNone;
 
 // Bytes of one row of `width` pixels of `bits` bits: rows are padded to 32 bits.
-constexpr uint32_t dibPitch(int32_t width, uint32_t bits) {
-  return ((static_cast<uint32_t>(width) * bits + 31) >> 5) * 4;
+constexpr uint64_t dibPitch(int32_t width, uint32_t bits) {
+  return ((uint64_t{static_cast<uint32_t>(width)} * bits + 31) >> 5) * 4;
 }
 
 class Graphic {

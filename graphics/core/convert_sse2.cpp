@@ -20,8 +20,8 @@ struct EightSteps {
   uint16_t multiplier = 1, increment = 0;
   EightSteps(uint16_t a, uint16_t c) {
     for (int j = 0; j < 8; ++j) {
-      increment = static_cast<uint16_t>(increment + c * multiplier);
-      multiplier = static_cast<uint16_t>(multiplier * a);
+      increment = static_cast<uint16_t>(increment + uint32_t{c} * multiplier);
+      multiplier = static_cast<uint16_t>(uint32_t{multiplier} * a);
     }
   }
 };
@@ -33,7 +33,7 @@ struct LaneGenerator {
 
   LaneGenerator(uint16_t state, uint16_t a, uint16_t c) {
     alignas(16) uint16_t start[8];
-    for (int j = 0; j < 8; ++j) start[j] = state = static_cast<uint16_t>(a * state + c);
+    for (int j = 0; j < 8; ++j) start[j] = state = static_cast<uint16_t>(uint32_t{a} * state + c);
     EightSteps eight(a, c);
     lanes = _mm_load_si128(reinterpret_cast<const __m128i*>(start));
     multiplier8 = _mm_set1_epi16(static_cast<short>(eight.multiplier));
@@ -65,7 +65,7 @@ class Dither {
 
   // Fixed-palette indices of eight pixels, as 16-bit lanes, from their level weights.
   __m128i indices(__m128i wy, __m128i wu, __m128i wv) {
-    fourth_ = static_cast<uint16_t>(fourthSteps_.multiplier * fourth_ + fourthSteps_.increment);
+    fourth_ = static_cast<uint16_t>(uint32_t{fourthSteps_.multiplier} * fourth_ + fourthSteps_.increment);
     __m128i yLevel = level(wy, y_.next());
     __m128i uLevel = level(wu, cb_.next());
     __m128i vLevel = level(wv, cr_.next());

@@ -150,6 +150,9 @@ TEST(BitmapFileTest, RefusesDamagedHeaders) {
   put32(bytes, 22, static_cast<uint32_t>(-2));
   EXPECT_EQ(read(bytes), nullptr) << "top-down rows";
   bytes = good;
+  put32(bytes, 18, 0x60000000);
+  EXPECT_EQ(read(bytes), nullptr) << "a width whose row size overflows 32 bits";
+  bytes = good;
   put32(bytes, 18, 0x7FFFFFFF);
   put32(bytes, 34, 0);
   EXPECT_EQ(read(bytes), nullptr) << "more pixels than a block can hold";
