@@ -74,14 +74,14 @@ struct RECT {
   LONG bottom;
 };
 
-struct POINT {
-  LONG x;
-  LONG y;
-};
-
 struct SIZE {
   LONG cx;
   LONG cy;
+};
+
+struct POINT {
+  LONG x;
+  LONG y;
 };
 
 // Device-independent bitmaps and palettes, in the layouts of the Windows headers.
