@@ -19,6 +19,12 @@ inline uint8_t fixedIndex(uint32_t yLevel, uint32_t uLevel, uint32_t vLevel) {
   return static_cast<uint8_t>(yLevel | (kChromaGroup[uLevel + 7 * vLevel] << 3));
 }
 
+// The plain kernels' generator: the low 32 bits of the shared seed.
+inline uint32_t loadPlainSeed() { return static_cast<uint32_t>(mqLoadDitherSeed()); }
+inline void storePlainSeed(uint32_t seed) {
+  mqStoreDitherSeed((mqLoadDitherSeed() & ~0xffffffffull) | seed);
+}
+
 // A level dithered from a weight: the whole part, plus one when the random byte falls below
 // the fraction.
 inline uint32_t ditherLevel(uint32_t weight, uint32_t random) {

@@ -48,7 +48,7 @@ using molaq::fixedIndex;
 
 void mqYCCToIndexedPlain(uint8_t* dst, const int32_t* y, const int32_t* cb, const int32_t* cr,
                          uint32_t count) {
-  uint32_t seed = static_cast<uint32_t>(mqLoadDitherSeed());
+  uint32_t seed = molaq::loadPlainSeed();
   for (uint32_t i = 0; i < count; ++i) {
     uint32_t wy = y[i] < 0 ? 0 : y[i] >= 256 ? 3 * 594 : 3 * (2 * y[i] + 84);
     uint32_t s = 3 * seed + 0x16465413;
@@ -62,7 +62,7 @@ void mqYCCToIndexedPlain(uint8_t* dst, const int32_t* y, const int32_t* cb, cons
     seed = s;
     dst[i] = fixedIndex(yLevel, uLevel, vLevel);
   }
-  mqStoreDitherSeed((mqLoadDitherSeed() & ~0xffffffffull) | seed);
+  molaq::storePlainSeed(seed);
 }
 
 void mqYCCToRGBPlain(uint8_t* dst, const int32_t* y, const int32_t* cb, const int32_t* cr,
@@ -88,7 +88,7 @@ namespace {
 template <typename Weights>
 void ditherRows(uint8_t* dst, int32_t dstPitch, const uint8_t* src, int32_t srcPitch,
                 int32_t width, int32_t height, Weights weights) {
-  uint32_t seed = static_cast<uint32_t>(mqLoadDitherSeed());
+  uint32_t seed = molaq::loadPlainSeed();
   for (int32_t row = 0; row < height; ++row, dst += dstPitch, src += srcPitch) {
     for (int32_t x = 0; x < width; ++x) {
       uint32_t wy, wu, wv;
@@ -102,7 +102,7 @@ void ditherRows(uint8_t* dst, int32_t dstPitch, const uint8_t* src, int32_t srcP
       dst[x] = fixedIndex(yLevel, uLevel, vLevel);
     }
   }
-  mqStoreDitherSeed((mqLoadDitherSeed() & ~0xffffffffull) | seed);
+  molaq::storePlainSeed(seed);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "host/exports/file.h"
 #include "host/exports/graphic.h"
 #include "tests/graphics/memory_file.h"
+#include "tests/graphics/test_bitmap.h"
 #include "tests/temp_dir.h"
 
 namespace {
@@ -17,24 +18,6 @@ uint32_t le32(const std::string& bytes, size_t at) {
   return value;
 }
 
-// An image of any depth over pixels of the test's own, filled with a pattern.
-struct Source {
-  BITMAPINFOHEADER header{};
-  RGBQUAD colours[256]{};
-  std::vector<uint8_t> pixels;
-  Source(int32_t width, int32_t height, uint16_t bits) {
-    header.biSize = 40;
-    header.biWidth = width;
-    header.biHeight = height;
-    header.biPlanes = 1;
-    header.biBitCount = bits;
-    pixels.resize(dibPitch(width, bits) * height);
-    for (size_t i = 0; i < pixels.size(); ++i) pixels[i] = static_cast<uint8_t>(i * 37 + 11);
-    for (int i = 0; i < 256; ++i) colours[i] = {uint8_t(i), uint8_t(255 - i), uint8_t(i * 3), 0};
-  }
-  const BITMAPINFO* info() const { return reinterpret_cast<const BITMAPINFO*>(this); }
-};
-
 std::string writeToMemory(Graphic* image) {
   MemoryFile file;
   EXPECT_EQ(graphic_WriteBitmap(image, &file), 0u);
@@ -44,7 +27,8 @@ std::string writeToMemory(Graphic* image) {
 TEST(BitmapFileTest, RoundTripsEveryDepth) {
   for (uint16_t bits : {1, 4, 8, 16, 24}) {
     SCOPED_TRACE(bits);
-    Source source(13, 7, bits);
+    TestBitmap source(13, 7, bits);
+    source.patterned();
     Graphic* image = graphic_AllocNewBitmap();
     graphic_AttachDIBitmap(image, source.info(), source.pixels.data());
     std::string bytes = writeToMemory(image);
@@ -104,7 +88,8 @@ TEST(BitmapFileTest, ReadsAndWritesThroughFileObjects) {
 
 // A well-formed 8-bit stream of 4 by 2 pixels to damage.
 std::string goodStream() {
-  Source source(4, 2, 8);
+  TestBitmap source(4, 2, 8);
+  source.patterned();
   Graphic* image = graphic_AllocNewBitmap();
   graphic_AttachDIBitmap(image, source.info(), source.pixels.data());
   std::string bytes = writeToMemory(image);

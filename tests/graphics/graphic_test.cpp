@@ -7,6 +7,7 @@
 
 #include "base/os/paint.h"
 #include "host/exports/graphic.h"
+#include "tests/graphics/test_bitmap.h"
 
 namespace {
 
@@ -140,28 +141,12 @@ TEST_F(GraphicTest, CreateBitmapMakesOwnPixelsWithABlackAndWhitePalette) {
   EXPECT_FALSE(rgb->UpdateFlag());
 }
 
-// A bitmap the caller owns: header, colours and pixels.
-struct CallerBitmap {
-  BITMAPINFOHEADER header{};
-  RGBQUAD colours[256]{};
-  std::vector<uint8_t> pixels;
-  CallerBitmap(int32_t width, int32_t height, uint16_t bits) {
-    header.biSize = 40;
-    header.biWidth = width;
-    header.biHeight = height;
-    header.biPlanes = 1;
-    header.biBitCount = bits;
-    pixels.resize(dibPitch(width, bits) * height);
-  }
-  const BITMAPINFO* info() const { return reinterpret_cast<const BITMAPINFO*>(this); }
-};
-
 TEST_F(GraphicTest, ConversionModeComesFromTheDefaultOnlyForObjectsMadeWithoutExports) {
   EXPECT_EQ(graphic_SetDefConversion8BitColor(kConversionFixedPalette), kConversionFixedPalette);
   EXPECT_EQ(graphic_GetDefConversion8BitColor(), kConversionFixedPalette);
   Graphic* made = keep(graphic_AllocNewBitmap());
   EXPECT_EQ(made->ConversionMode(), kConversionNone) << "the module's images are never converted";
-  CallerBitmap bitmap(4, 2, 24);
+  TestBitmap bitmap(4, 2, 24);
   graphic_AttachDIBitmap(made, bitmap.info(), bitmap.pixels.data());
   EXPECT_EQ(made->Header().biBitCount, 24);
   EXPECT_EQ(made->Pixels(), bitmap.pixels.data());
@@ -171,7 +156,7 @@ TEST_F(GraphicTest, ConversionModeComesFromTheDefaultOnlyForObjectsMadeWithoutEx
 
 TEST_F(GraphicTest, AttachConvertsToGreyWithTheTruePitchOfWidthsOfFour) {
   Graphic image(kConversionGrey);
-  CallerBitmap bitmap(4, 2, 24);
+  TestBitmap bitmap(4, 2, 24);
   const uint8_t row[12] = {0, 0, 255, 255, 255, 255, 10, 20, 30, 0, 0, 0};
   std::memcpy(bitmap.pixels.data(), row, 12);
   std::memcpy(bitmap.pixels.data() + 12, row, 12);
@@ -196,7 +181,7 @@ TEST_F(GraphicTest, AttachConversionReadsRowsThreeTimesTheEightBitPitchApart) {
   // Width 5: the true 24-bit pitch is 16, but the conversion steps by 3 * 8 = 24 bytes. The
   // second row of that pitch lies beyond the pixels and comes out black.
   Graphic image(kConversionGrey);
-  CallerBitmap bitmap(5, 2, 24);
+  TestBitmap bitmap(5, 2, 24);
   std::fill(bitmap.pixels.begin(), bitmap.pixels.end(), 255);
   image.AttachDIBitmap(bitmap.info(), bitmap.pixels.data(), true);
   ASSERT_EQ(image.Header().biSizeImage, 16u);
@@ -206,7 +191,7 @@ TEST_F(GraphicTest, AttachConversionReadsRowsThreeTimesTheEightBitPitchApart) {
 
 TEST_F(GraphicTest, FixedPaletteConversionGivesThePaletteOfTheCore) {
   Graphic image(kConversionFixedPalette);
-  CallerBitmap bitmap(8, 8, 8);
+  TestBitmap bitmap(8, 8, 8);
   bitmap.colours[0] = {255, 255, 255, 0};
   image.AttachDIBitmap(bitmap.info(), bitmap.pixels.data(), true);
   RGBQUAD fixed[256], got[256];
@@ -342,7 +327,7 @@ TEST_F(GraphicTest, PalettesThatCannotBeDeletedWaitInTheGraveyard) {
   EXPECT_TRUE(device.entries.count(first));
 
   // The object takes a new bitmap and makes a palette anew.
-  CallerBitmap bitmap(4, 4, 8);
+  TestBitmap bitmap(4, 4, 8);
   graphic_AttachDIBitmap(image, bitmap.info(), bitmap.pixels.data());
   HPALETTE second = image->Palette();
   ASSERT_NE(second, nullptr);
@@ -434,3 +419,45 @@ TEST_F(GraphicTest, DetachForgetsThePixelsAndTheTonedCopy) {
 }
 
 }  // namespace
+
+#ifdef _WIN32
+namespace {
+
+// The product's paint device: GDI draws an image into a memory device context.
+TEST(GdiPaintTest, DrawsPixelsAndRealisesPalettesInAMemoryContext) {
+  HDC dc = CreateCompatibleDC(nullptr);
+  ASSERT_NE(dc, nullptr);
+  BITMAPINFO target{};
+  target.bmiHeader = {40, 4, 4, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
+  void* bits = nullptr;
+  HBITMAP section = CreateDIBSection(dc, &target, DIB_RGB_COLORS, &bits, nullptr, 0);
+  ASSERT_NE(section, nullptr);
+  HGDIOBJ former = SelectObject(dc, section);
+
+  Graphic* image = graphic_CreateBitmap(2, 2, 24);
+  for (int row = 0; row < 2; ++row)
+    for (int x = 0; x < 2; ++x) {
+      uint8_t* pixel = image->Pixels() + row * 8 + x * 3;
+      pixel[0] = 10, pixel[1] = 20, pixel[2] = 30;
+    }
+  EXPECT_EQ(graphic_DrawBitmapToDC(image, dc, 1, 1, nullptr, nullptr), 2);
+  GdiFlush();
+  const uint32_t* drawn = static_cast<const uint32_t*>(bits);
+  EXPECT_EQ(drawn[2 * 4 + 1] & 0xFFFFFF, 0x1E140Au) << "screen row 1 is DIB row 2";
+  EXPECT_EQ(drawn[3 * 4 + 0] & 0xFFFFFF, 0u) << "outside the image nothing is drawn";
+  graphic_DeleteBitmap(image);
+
+  Graphic* indexed = graphic_CreateBitmap(2, 2, 8);
+  EXPECT_EQ(graphic_RealizePalette(indexed, dc, 1), 0u);
+  HPALETTE own = indexed->Palette();
+  SelectPalette(dc, static_cast<HPALETTE>(GetStockObject(DEFAULT_PALETTE)), TRUE);
+  graphic_DeleteBitmap(indexed);
+  EXPECT_EQ(GetObjectType(own), 0u) << "the palette is deleted once no context holds it";
+
+  SelectObject(dc, former);
+  DeleteObject(section);
+  DeleteDC(dc);
+}
+
+}  // namespace
+#endif
