@@ -110,7 +110,7 @@ class Graphic {
   RGBQUAD masterPalette_[256];
   PALETTEENTRY logicalPalette_[256];
   int32_t toneRed_, toneGreen_, toneBlue_;
-  bool updateNeeded_;
+  std::atomic<bool> updateNeeded_;  // tested outside the lock by UpdatePalette
   HPALETTE palette_;
   ImageInfo* zBuffer_;
   ImageInfo* alpha_;
