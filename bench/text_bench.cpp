@@ -22,9 +22,13 @@ const std::string& scriptText() {
   return text;
 }
 
-void streamTokens(benchmark::State& state) {
+std::unique_ptr<StringStream> scriptStream() {
   const std::string& text = scriptText();
-  std::unique_ptr<StringStream> stream(StringStream::Create(text.data(), static_cast<int32_t>(text.size())));
+  return std::unique_ptr<StringStream>(StringStream::Create(text.data(), static_cast<int32_t>(text.size())));
+}
+
+void streamTokens(benchmark::State& state) {
+  std::unique_ptr<StringStream> stream = scriptStream();
   for (auto _ : state) {
     stream->SetIndex(0);
     while (!stream->DisableSpace()) {
@@ -33,7 +37,7 @@ void streamTokens(benchmark::State& state) {
       benchmark::DoNotOptimize(token.get());
     }
   }
-  state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(text.size()));
+  state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(scriptText().size()));
 }
 
 // The peer: strspn over blanks, strcspn up to the next separator, one std::string per token.
@@ -54,8 +58,7 @@ void peerTokens(benchmark::State& state) {
 }
 
 void streamLines(benchmark::State& state) {
-  const std::string& text = scriptText();
-  std::unique_ptr<StringStream> stream(StringStream::Create(text.data(), static_cast<int32_t>(text.size())));
+  std::unique_ptr<StringStream> stream = scriptStream();
   for (auto _ : state) {
     stream->SetIndex(0);
     while (!stream->IsOverflowIndex()) {
@@ -63,7 +66,7 @@ void streamLines(benchmark::State& state) {
       benchmark::DoNotOptimize(line.get());
     }
   }
-  state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(text.size()));
+  state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(scriptText().size()));
 }
 
 void peerLines(benchmark::State& state) {
