@@ -56,6 +56,10 @@ using HANDLE = void*;
 #define IDTRYAGAIN 10
 #define IDCONTINUE 11
 
+// File dialog flags.
+#define OFN_OVERWRITEPROMPT 0x2u
+#define OFN_HIDEREADONLY 0x4u
+
 struct SYSTEMTIME {
   WORD wYear;
   WORD wMonth;

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "host/exports/file.h"
+#include "host/exports/module.h"
 
 namespace {
 
@@ -22,6 +23,16 @@ const ExportEntry kRows[] = {
     RUNA1_EXPORT_ROW(File_GetFilePath, 8),
     RUNA1_EXPORT_ROW(File_GetFileHandle, 4),
     // Module loader and host services
+    RUNA1_EXPORT_ROW(ZPK_LoadZPKModuleFile, 4),
+    RUNA1_EXPORT_ROW(ZPK_DeleteZPKModule, 4),
+    RUNA1_EXPORT_ROW(ZPK_GetProcedureAddress, 8),
+    RUNA1_EXPORT_ROW(ZPK_GetVariableAddress, 8),
+    RUNA1_EXPORT_ROW(ZPK_CallProcedure, 16),
+    RUNA1_EXPORT_ROW(ZPK_GetLastErrorMessage, 4),
+    RUNA1_EXPORT_ROW(ZPK_GetBaseDirectory, 4),
+    RUNA1_EXPORT_ROW(ZPK_GetResourceID, 8),
+    RUNA1_EXPORT_ROW(ZPK_GetResourceLength, 8),
+    RUNA1_EXPORT_ROW(ZPK_OpenResource, 8),
     // Numeric helpers
     // Record files and archives
     // String stream and text resources
