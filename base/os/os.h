@@ -127,4 +127,30 @@ class Lock {
   CriticalSection& section_;
 };
 
+// ---- Desktop -------------------------------------------------------------------------------
+// The cursor's display counter: ShowCursor's contract (the new count after one step up or down).
+int showCursor(bool show);
+// Re-sets the current cursor so that a hidden one disappears at once.
+void refreshCursor();
+// The primary screen's size in pixels.
+SIZE screenSize();
+// Bits per pixel of a device context compatible with the display; 0 if none can be made.
+uint32_t displayBitsPerPixel();
+
+// ---- Profile store -------------------------------------------------------------------------
+// Per-user integers and strings under company, application, section and entry: the registry's
+// current-user software branch on Win32, a process-local store natively. Texts are Shift-JIS.
+struct ProfileKey {
+  const char* company;
+  const char* application;
+  const char* section;
+  const char* entry;  // null: the whole section, for deletion
+};
+bool readProfileInt(const ProfileKey& key, uint32_t* value);
+bool writeProfileInt(const ProfileKey& key, uint32_t value);
+bool readProfileString(const ProfileKey& key, std::string* value);
+bool writeProfileString(const ProfileKey& key, const char* value);
+// Removes one entry, or the whole section when the key's entry is null.
+bool deleteProfileEntry(const ProfileKey& key);
+
 }  // namespace os

@@ -6,11 +6,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <map>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -298,5 +301,87 @@ void freeLibrary(void* library) {
   if (library) dlclose(library);
 }
 void* processModule() { return dlopen(nullptr, RTLD_NOW); }
+
+}  // namespace os
+
+namespace os {
+
+// The native build has no desktop: a counter stands for the cursor's, and the display is a
+// fixed 640 x 480 at 32 bits, enough for the logic above it to run in tests.
+namespace {
+std::atomic<int> cursorCount{0};
+}
+
+int showCursor(bool show) { return show ? ++cursorCount : --cursorCount; }
+
+void refreshCursor() {}
+
+SIZE screenSize() { return SIZE{640, 480}; }
+
+uint32_t displayBitsPerPixel() { return 32; }
+
+}  // namespace os
+
+namespace os {
+
+namespace {
+
+// The native profile store: one process-wide table of sections, each a table of entries.
+struct ProfileValue {
+  bool isText;
+  uint32_t number;
+  std::string text;
+};
+
+std::mutex profileLock;
+std::map<std::string, std::map<std::string, ProfileValue>> profileSections;
+
+std::string sectionName(const ProfileKey& key) {
+  return std::string(key.company) + '\\' + key.application + '\\' + key.section;
+}
+
+const ProfileValue* findProfileValue(const ProfileKey& key) {
+  auto section = profileSections.find(sectionName(key));
+  if (section == profileSections.end()) return nullptr;
+  auto entry = section->second.find(key.entry);
+  return entry == section->second.end() ? nullptr : &entry->second;
+}
+
+}  // namespace
+
+bool readProfileInt(const ProfileKey& key, uint32_t* value) {
+  std::lock_guard<std::mutex> guard(profileLock);
+  const ProfileValue* found = findProfileValue(key);
+  if (!found || found->isText) return false;
+  *value = found->number;
+  return true;
+}
+
+bool writeProfileInt(const ProfileKey& key, uint32_t value) {
+  std::lock_guard<std::mutex> guard(profileLock);
+  profileSections[sectionName(key)][key.entry] = ProfileValue{false, value, {}};
+  return true;
+}
+
+bool readProfileString(const ProfileKey& key, std::string* value) {
+  std::lock_guard<std::mutex> guard(profileLock);
+  const ProfileValue* found = findProfileValue(key);
+  if (!found || !found->isText) return false;
+  *value = found->text;
+  return true;
+}
+
+bool writeProfileString(const ProfileKey& key, const char* value) {
+  std::lock_guard<std::mutex> guard(profileLock);
+  profileSections[sectionName(key)][key.entry] = ProfileValue{true, 0, value};
+  return true;
+}
+
+bool deleteProfileEntry(const ProfileKey& key) {
+  std::lock_guard<std::mutex> guard(profileLock);
+  if (!key.entry) return profileSections.erase(sectionName(key)) > 0;
+  auto section = profileSections.find(sectionName(key));
+  return section != profileSections.end() && section->second.erase(key.entry) > 0;
+}
 
 }  // namespace os

@@ -254,3 +254,107 @@ void freeLibrary(void* library) {
 void* processModule() { return GetModuleHandleW(nullptr); }
 
 }  // namespace os
+
+namespace os {
+
+int showCursor(bool show) { return ShowCursor(show ? TRUE : FALSE); }
+
+void refreshCursor() { SetCursor(SetCursor(nullptr)); }
+
+SIZE screenSize() { return SIZE{GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)}; }
+
+uint32_t displayBitsPerPixel() {
+  HDC context = CreateCompatibleDC(nullptr);
+  if (!context) return 0;
+  uint32_t bits = static_cast<uint32_t>(GetDeviceCaps(context, BITSPIXEL) * GetDeviceCaps(context, PLANES));
+  DeleteDC(context);
+  return bits;
+}
+
+}  // namespace os
+
+namespace os {
+
+namespace {
+
+std::wstring sectionPath(const ProfileKey& key) {
+  return L"Software\\" + widen(key.company) + L"\\" + widen(key.application) + L"\\" + widen(key.section);
+}
+
+// An open registry key that closes itself.
+class RegistryKey {
+ public:
+  RegistryKey(const ProfileKey& key, bool create) {
+    std::wstring path = sectionPath(key);
+    LONG status = create ? RegCreateKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, nullptr, 0, KEY_READ | KEY_WRITE,
+                                           nullptr, &handle_, nullptr)
+                         : RegOpenKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, KEY_READ | KEY_WRITE, &handle_);
+    if (status != ERROR_SUCCESS) handle_ = nullptr;
+  }
+  ~RegistryKey() {
+    if (handle_) RegCloseKey(handle_);
+  }
+  RegistryKey(const RegistryKey&) = delete;
+  RegistryKey& operator=(const RegistryKey&) = delete;
+  HKEY get() const { return handle_; }
+
+ private:
+  HKEY handle_ = nullptr;
+};
+
+}  // namespace
+
+bool readProfileInt(const ProfileKey& key, uint32_t* value) {
+  RegistryKey section(key, false);
+  DWORD type = 0, data = 0, size = sizeof data;
+  if (!section.get() ||
+      RegQueryValueExW(section.get(), widen(key.entry).c_str(), nullptr, &type, reinterpret_cast<BYTE*>(&data),
+                       &size) != ERROR_SUCCESS ||
+      type != REG_DWORD)
+    return false;
+  *value = data;
+  return true;
+}
+
+bool writeProfileInt(const ProfileKey& key, uint32_t value) {
+  RegistryKey section(key, true);
+  DWORD data = value;
+  return section.get() && RegSetValueExW(section.get(), widen(key.entry).c_str(), 0, REG_DWORD,
+                                         reinterpret_cast<const BYTE*>(&data), sizeof data) == ERROR_SUCCESS;
+}
+
+bool readProfileString(const ProfileKey& key, std::string* value) {
+  RegistryKey section(key, false);
+  if (!section.get()) return false;
+  std::wstring entry = widen(key.entry);
+  DWORD type = 0, size = 0;
+  if (RegQueryValueExW(section.get(), entry.c_str(), nullptr, &type, nullptr, &size) != ERROR_SUCCESS ||
+      (type != REG_SZ && type != REG_EXPAND_SZ))
+    return false;
+  std::wstring text(size / sizeof(wchar_t) + 1, L'\0');
+  if (RegQueryValueExW(section.get(), entry.c_str(), nullptr, &type, reinterpret_cast<BYTE*>(text.data()),
+                       &size) != ERROR_SUCCESS)
+    return false;
+  text.resize(wcsnlen(text.c_str(), text.size()));
+  *value = narrow(text.c_str(), static_cast<int>(text.size()));
+  return true;
+}
+
+bool writeProfileString(const ProfileKey& key, const char* value) {
+  RegistryKey section(key, true);
+  std::wstring text = widen(value);
+  return section.get() &&
+         RegSetValueExW(section.get(), widen(key.entry).c_str(), 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
+                        static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t))) == ERROR_SUCCESS;
+}
+
+bool deleteProfileEntry(const ProfileKey& key) {
+  if (!key.entry) {
+    std::wstring path = sectionPath(key);
+    return RegDeleteKeyW(HKEY_CURRENT_USER, path.c_str()) == ERROR_SUCCESS;
+  }
+  RegistryKey section(key, false);
+  return section.get() && RegDeleteValueW(section.get(), widen(key.entry).c_str()) == ERROR_SUCCESS;
+}
+
+}  // namespace os

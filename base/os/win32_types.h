@@ -78,6 +78,11 @@ struct RECT {
   LONG bottom;
 };
 
+struct SIZE {
+  LONG cx;
+  LONG cy;
+};
+
 struct POINT {
   LONG x;
   LONG y;

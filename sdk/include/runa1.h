@@ -59,7 +59,87 @@ RUNA1_IMPORT(uint32_t) ZPK_GetResourceID(ZPKMODULE module, const char* name);
 RUNA1_IMPORT(uint32_t) ZPK_GetResourceLength(ZPKMODULE module, int32_t id);
 RUNA1_IMPORT(KFILE) ZPK_OpenResource(ZPKMODULE module, int32_t id);
 
+/* Profile: per-user values under company, application, section, entry. The company is
+ * "Orvik Soft" until ZPK_SetRegistryKey names another. ZPK_GetProfileString returns a copy on
+ * the process heap (HeapFree(GetProcessHeap(), 0, text) when done). Writing a null value
+ * deletes the entry; a null entry deletes the section. */
+RUNA1_IMPORT(uint32_t) ZPK_SetRegistryKey(const char* company, const char* application);
+RUNA1_IMPORT(uint32_t) ZPK_GetProfileInt(const char* section, const char* entry, uint32_t defaultValue);
+RUNA1_IMPORT(uint32_t) ZPK_WriteProfileInt(const char* section, const char* entry, uint32_t value);
+RUNA1_IMPORT(char*) ZPK_GetProfileString(const char* section, const char* entry, const char* defaultValue);
+RUNA1_IMPORT(uint32_t) ZPK_WriteProfileString(const char* section, const char* entry, const char* value);
+RUNA1_IMPORT(uint32_t) ZPK_IsShowCursor(void);
+RUNA1_IMPORT(uint32_t) ZPK_SetShowCursor(int32_t show);
+/* Fills width and height of the screen; returns the height. */
+RUNA1_IMPORT(uint32_t) ZPK_GetDisplaySize(void* size);
+RUNA1_IMPORT(uint32_t) ZPK_GetDisplayBitsPerPixel(void);
+/* Atomic: if *target == comparand it becomes exchange; returns the previous *target. */
+RUNA1_IMPORT(uint32_t) ZPK_CompareExchange(volatile uint32_t* target, uint32_t comparand, uint32_t exchange);
+
 /* ---- Numeric helpers ---------------------------------------------------------------------- */
+/* Floats travel as their 32-bit patterns (RUNA1_FLOAT), doubles by pointer: the first
+ * operand is also the place of the result, and is returned. No floating-point code is needed in
+ * the module. float_Scale returns its first argument unchanged; double_Scale stores b * 2^trunc(a)
+ * in a. The compares give 0 for equal or unordered, -1 for less, 1 for greater. */
+typedef uint32_t RUNA1_FLOAT;
+
+RUNA1_IMPORT(void) float_Init(void);
+RUNA1_IMPORT(RUNA1_FLOAT) float_Round(RUNA1_FLOAT a);
+RUNA1_IMPORT(RUNA1_FLOAT) float_Abs(RUNA1_FLOAT a);
+RUNA1_IMPORT(RUNA1_FLOAT) float_ChS(RUNA1_FLOAT a);
+RUNA1_IMPORT(RUNA1_FLOAT) float_Add(RUNA1_FLOAT a, RUNA1_FLOAT b);
+RUNA1_IMPORT(RUNA1_FLOAT) float_Sub(RUNA1_FLOAT a, RUNA1_FLOAT b);
+RUNA1_IMPORT(RUNA1_FLOAT) float_Mul(RUNA1_FLOAT a, RUNA1_FLOAT b);
+RUNA1_IMPORT(RUNA1_FLOAT) float_Div(RUNA1_FLOAT a, RUNA1_FLOAT b);
+RUNA1_IMPORT(RUNA1_FLOAT) float_IAdd(RUNA1_FLOAT a, int32_t n);
+RUNA1_IMPORT(RUNA1_FLOAT) float_ISub(RUNA1_FLOAT a, int32_t n);
+RUNA1_IMPORT(RUNA1_FLOAT) float_IMul(RUNA1_FLOAT a, int32_t n);
+RUNA1_IMPORT(RUNA1_FLOAT) float_IDiv(RUNA1_FLOAT a, int32_t n);
+RUNA1_IMPORT(RUNA1_FLOAT) float_2XM1(RUNA1_FLOAT a);
+RUNA1_IMPORT(RUNA1_FLOAT) float_YL2X(RUNA1_FLOAT a, RUNA1_FLOAT b);
+RUNA1_IMPORT(RUNA1_FLOAT) float_Scale(RUNA1_FLOAT a, RUNA1_FLOAT b);
+RUNA1_IMPORT(int32_t) float_Com(RUNA1_FLOAT a, RUNA1_FLOAT b);
+RUNA1_IMPORT(int32_t) float_ICom(RUNA1_FLOAT a, int32_t n);
+RUNA1_IMPORT(int32_t) float_Test(RUNA1_FLOAT a);
+RUNA1_IMPORT(RUNA1_FLOAT) float_Sqrt(RUNA1_FLOAT a);
+RUNA1_IMPORT(RUNA1_FLOAT) float_Sin(RUNA1_FLOAT a);
+RUNA1_IMPORT(RUNA1_FLOAT) float_Cos(RUNA1_FLOAT a);
+RUNA1_IMPORT(RUNA1_FLOAT) float_ILD(int32_t n);
+RUNA1_IMPORT(int32_t) float_Int(RUNA1_FLOAT a);
+RUNA1_IMPORT(RUNA1_FLOAT) float_LD1(void);
+RUNA1_IMPORT(RUNA1_FLOAT) float_Zero(void);
+RUNA1_IMPORT(RUNA1_FLOAT) float_PI(void);
+RUNA1_IMPORT(RUNA1_FLOAT) float_Log2T(void) __asm__("__stdcallfloat_Log2T"); /* imported by this exact name */
+RUNA1_IMPORT(RUNA1_FLOAT) float_Log2(void);
+RUNA1_IMPORT(double*) double_Round(double* a);
+RUNA1_IMPORT(double*) double_Abs(double* a);
+RUNA1_IMPORT(double*) double_ChS(double* a);
+RUNA1_IMPORT(double*) double_Add(double* a, const double* b);
+RUNA1_IMPORT(double*) double_Sub(double* a, const double* b);
+RUNA1_IMPORT(double*) double_Mul(double* a, const double* b);
+RUNA1_IMPORT(double*) double_Div(double* a, const double* b);
+RUNA1_IMPORT(double*) double_IAdd(double* a, int32_t n);
+RUNA1_IMPORT(double*) double_ISub(double* a, int32_t n);
+RUNA1_IMPORT(double*) double_IMul(double* a, int32_t n);
+RUNA1_IMPORT(double*) double_IDiv(double* a, int32_t n);
+RUNA1_IMPORT(double*) double_2XM1(double* a);
+RUNA1_IMPORT(double*) double_YL2X(double* a, const double* b);
+RUNA1_IMPORT(double*) double_Scale(double* a, const double* b);
+RUNA1_IMPORT(int32_t) double_Com(const double* a, const double* b);
+RUNA1_IMPORT(int32_t) double_ICom(const double* a, int32_t n);
+RUNA1_IMPORT(int32_t) double_Test(const double* a);
+RUNA1_IMPORT(double*) double_Sqrt(double* a);
+RUNA1_IMPORT(double*) double_Sin(double* a);
+RUNA1_IMPORT(double*) double_Cos(double* a);
+RUNA1_IMPORT(double*) double_ILD(double* a, int32_t n);
+RUNA1_IMPORT(int32_t) double_Int(const double* a);
+RUNA1_IMPORT(double*) double_LD1(double* a);
+RUNA1_IMPORT(double*) double_Zero(double* a);
+RUNA1_IMPORT(double*) double_PI(double* a);
+RUNA1_IMPORT(double*) double_Log2T(double* a);
+RUNA1_IMPORT(double*) double_Log2(double* a);
+/* registers: EAX, EBX, ECX, EDX in and out; all zero without CPUID. */
+RUNA1_IMPORT(void) ZPK_CPUID(uint32_t* registers);
 
 /* ---- Record files and archives ------------------------------------------------------------ */
 
