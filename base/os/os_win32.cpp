@@ -6,8 +6,6 @@
 
 #include "base/os/os.h"
 
-#include <commdlg.h>
-
 namespace os {
 
 namespace {

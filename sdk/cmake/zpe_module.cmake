@@ -13,7 +13,7 @@ if(CMAKE_CROSSCOMPILING AND NOT ZPELINK_EXECUTABLE)
   set(ZPELINK_EXECUTABLE ${CMAKE_BINARY_DIR}/../native/bin/zpelink)  # the Makefile's native build
 endif()
 find_program(ZPE_MODULE_CC NAMES i686-w64-mingw32-gcc-posix i686-w64-mingw32-gcc REQUIRED)
-set(ZPE_MODULE_CFLAGS -O2 -ffreestanding -fno-builtin -fno-asynchronous-unwind-tables -fno-stack-protector
+set(ZPE_MODULE_CFLAGS -O2 -malign-data=abi -ffreestanding -fno-builtin -fno-asynchronous-unwind-tables -fno-stack-protector
     -fno-ident -Wall -Wextra -Wno-unused-parameter)
 
 function(add_zpe_module name)

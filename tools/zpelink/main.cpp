@@ -50,8 +50,8 @@ Imports
 
 Module code
   Modules get no C runtime. Compile with
-    i686-w64-mingw32-gcc -c -O2 -ffreestanding -fno-asynchronous-unwind-tables
-      -fno-stack-protector -fno-builtin -I sdk/include
+    i686-w64-mingw32-gcc -c -O2 -malign-data=abi -ffreestanding -fno-builtin
+      -fno-asynchronous-unwind-tables -fno-stack-protector -I sdk/include
   and link the SDK support object (sdk/support/runa1_support.c: memcpy, memmove, memset,
   memcmp, strlen) and libgcc.a (`i686-w64-mingw32-gcc -print-libgcc-file-name`) for what the
   compiler calls by itself. Other C library functions come from system libraries through
@@ -59,7 +59,8 @@ Module code
   add_zpe_module(name sources...) from sdk/cmake/zpe_module.cmake.
 
 The module image is the import table, the code, then the data (.data, .rdata, .bss); all
-addresses are image offsets fixed up by the loader. Sections may align to at most 16 bytes.
+addresses are image offsets fixed up by the loader. The image base is aligned to 16 bytes, so
+sections may ask for at most 16 (-malign-data=abi keeps the compiler's data within that).
 )";
 
 bool readFile(const std::string& path, std::vector<uint8_t>* bytes) {
