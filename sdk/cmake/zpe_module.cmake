@@ -13,6 +13,7 @@ if(CMAKE_CROSSCOMPILING AND NOT ZPELINK_EXECUTABLE)
   set(ZPELINK_EXECUTABLE ${CMAKE_BINARY_DIR}/../native/bin/zpelink)  # the Makefile's native build
 endif()
 find_program(ZPE_MODULE_CC NAMES i686-w64-mingw32-gcc-posix i686-w64-mingw32-gcc REQUIRED)
+find_program(ZPE_MODULE_AR NAMES i686-w64-mingw32-ar REQUIRED)
 set(ZPE_MODULE_CFLAGS -O2 -malign-data=abi -ffreestanding -fno-builtin -fno-asynchronous-unwind-tables -fno-stack-protector
     -fno-ident -Wall -Wextra -Wno-unused-parameter)
 
@@ -39,10 +40,17 @@ function(add_zpe_module name)
       COMMENT "Compiling module source ${stem}.c for ${name}.zpe" VERBATIM)
     list(APPEND objects ${object})
   endforeach()
+  # The support functions go in as an archive: linked where needed, and not in the tables.
+  list(POP_BACK objects support)
+  set(supportArchive ${CMAKE_CURRENT_BINARY_DIR}/${name}.dir/libruna1_support.a)
+  add_custom_command(OUTPUT ${supportArchive}
+    COMMAND ${CMAKE_COMMAND} -E rm -f ${supportArchive}
+    COMMAND ${ZPE_MODULE_AR} rcs ${supportArchive} ${support}
+    DEPENDS ${support} VERBATIM)
   set(output ${CMAKE_CURRENT_BINARY_DIR}/${name}.zpe)
   add_custom_command(OUTPUT ${output}
-    COMMAND ${linker} ${Z_ZPELINK_OPTIONS} -o ${output} ${objects} ${libgcc}
-    DEPENDS ${objects} ${linkerDepends} ${Z_DEPENDS}
+    COMMAND ${linker} ${Z_ZPELINK_OPTIONS} -o ${output} ${objects} ${supportArchive} ${libgcc}
+    DEPENDS ${objects} ${supportArchive} ${linkerDepends} ${Z_DEPENDS}
     WORKING_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR}
     COMMENT "Linking module ${name}.zpe" VERBATIM)
   add_custom_target(${name} ALL DEPENDS ${output})

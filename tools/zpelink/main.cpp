@@ -52,8 +52,8 @@ Module code
   Modules get no C runtime. Compile with
     i686-w64-mingw32-gcc -c -O2 -malign-data=abi -ffreestanding -fno-builtin
       -fno-asynchronous-unwind-tables -fno-stack-protector -I sdk/include
-  and link the SDK support object (sdk/support/runa1_support.c: memcpy, memmove, memset,
-  memcmp, strlen) and libgcc.a (`i686-w64-mingw32-gcc -print-libgcc-file-name`) for what the
+  and link the SDK support functions (sdk/support/runa1_support.c: memcpy, memmove, memset,
+  memcmp, strlen; as an archive, so that they stay out of the tables) and libgcc.a (`i686-w64-mingw32-gcc -print-libgcc-file-name`) for what the
   compiler calls by itself. Other C library functions come from system libraries through
   --import-dll, or from the host's exports. CMake builds all of this with one line:
   add_zpe_module(name sources...) from sdk/cmake/zpe_module.cmake.
