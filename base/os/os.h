@@ -137,6 +137,19 @@ SIZE screenSize();
 // Bits per pixel of a device context compatible with the display; 0 if none can be made.
 uint32_t displayBitsPerPixel();
 
+struct DisplayMode {
+  uint32_t width;
+  uint32_t height;
+  uint32_t bitsPerPixel;
+  uint32_t frequency;
+  uint32_t flags;
+};
+// The display's modes in the system's order; false past the last.
+bool enumDisplayMode(uint32_t index, DisplayMode* mode);
+// Switches the display to `mode` for this process (full-screen change); null goes back to the
+// mode the user set. False when the system refuses.
+bool changeDisplayMode(const DisplayMode* mode);
+
 // ---- Profile store -------------------------------------------------------------------------
 // Per-user integers and strings under company, application, section and entry: the registry's
 // current-user software branch on Win32, a process-local store natively. Texts are Shift-JIS.

@@ -306,19 +306,47 @@ void* processModule() { return dlopen(nullptr, RTLD_NOW); }
 
 namespace os {
 
-// The native build has no desktop: a counter stands for the cursor's, and the display is a
-// fixed 640 x 480 at 32 bits, enough for the logic above it to run in tests.
+// The native build has no desktop: a counter stands for the cursor's, and a small table of
+// modes for the display, enough for the logic above them to run in tests.
 namespace {
 std::atomic<int> cursorCount{0};
-}
+
+// The modes of a plain display of today, and which one stands.
+constexpr DisplayMode kDisplayModes[] = {
+    {640, 480, 16, 60, 0},  {640, 480, 32, 60, 0},   {800, 600, 32, 60, 0},
+    {1024, 768, 32, 60, 0}, {1024, 768, 32, 75, 0},  {1280, 720, 32, 60, 0},
+};
+constexpr DisplayMode kDesktopMode = {1024, 768, 32, 60, 0};
+DisplayMode currentMode = kDesktopMode;
+}  // namespace
 
 int showCursor(bool show) { return show ? ++cursorCount : --cursorCount; }
 
 void refreshCursor() {}
 
-SIZE screenSize() { return SIZE{640, 480}; }
+SIZE screenSize() { return SIZE{static_cast<LONG>(currentMode.width), static_cast<LONG>(currentMode.height)}; }
 
-uint32_t displayBitsPerPixel() { return 32; }
+uint32_t displayBitsPerPixel() { return currentMode.bitsPerPixel; }
+
+bool enumDisplayMode(uint32_t index, DisplayMode* mode) {
+  if (index >= std::size(kDisplayModes)) return false;
+  *mode = kDisplayModes[index];
+  return true;
+}
+
+bool changeDisplayMode(const DisplayMode* mode) {
+  if (!mode) {
+    currentMode = kDesktopMode;
+    return true;
+  }
+  for (const DisplayMode& known : kDisplayModes) {
+    if (known.width == mode->width && known.height == mode->height && known.bitsPerPixel == mode->bitsPerPixel) {
+      currentMode = *mode;
+      return true;
+    }
+  }
+  return false;
+}
 
 }  // namespace os
 

@@ -356,3 +356,29 @@ bool deleteProfileEntry(const ProfileKey& key) {
 }
 
 }  // namespace os
+
+namespace os {
+
+bool enumDisplayMode(uint32_t index, DisplayMode* mode) {
+  DEVMODEA settings{};
+  settings.dmSize = sizeof settings;
+  if (!EnumDisplaySettingsA(nullptr, index, &settings)) return false;
+  *mode = DisplayMode{settings.dmPelsWidth, settings.dmPelsHeight, settings.dmBitsPerPel,
+                      settings.dmDisplayFrequency, settings.dmDisplayFlags};
+  return true;
+}
+
+bool changeDisplayMode(const DisplayMode* mode) {
+  if (!mode) return ChangeDisplaySettingsA(nullptr, CDS_FULLSCREEN) == DISP_CHANGE_SUCCESSFUL;
+  DEVMODEA settings{};
+  settings.dmSize = 156;  // the structure as it was when these five fields were all there is
+  settings.dmFields = DM_BITSPERPEL | DM_PELSWIDTH | DM_PELSHEIGHT | DM_DISPLAYFLAGS | DM_DISPLAYFREQUENCY;
+  settings.dmBitsPerPel = mode->bitsPerPixel;
+  settings.dmPelsWidth = mode->width;
+  settings.dmPelsHeight = mode->height;
+  settings.dmDisplayFlags = mode->flags;
+  settings.dmDisplayFrequency = mode->frequency;
+  return ChangeDisplaySettingsA(&settings, CDS_FULLSCREEN) == DISP_CHANGE_SUCCESSFUL;
+}
+
+}  // namespace os

@@ -4,6 +4,7 @@
 
 #include "base/os/os.h"
 #include "host/app/command_line.h"
+#include "host/display_environment.h"
 #include "host/exports/numeric.h"
 #include "host/module/zpk_text.h"
 
@@ -54,6 +55,7 @@ int CZPKApp::Run() {
   }
   os::setCurrentDirectory(module_.GetBaseDirectory());
 
+  KDisplayEnvironment display;  // gives the display mode and the cursor back at the end
   float_Init();
   // The window request and ready events, the message loop and the main frame join here with
   // the module thread and main window; until then the host ends when StartingProc returns.

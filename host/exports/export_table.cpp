@@ -44,6 +44,7 @@ const ExportEntry kRows[] = {
     RUNA1_EXPORT_ROW(ZPK_SetShowCursor, 4),
     RUNA1_EXPORT_ROW(ZPK_GetDisplaySize, 4),
     RUNA1_EXPORT_ROW(ZPK_GetDisplayBitsPerPixel, 0),
+    RUNA1_EXPORT_ROW(ZPK_TestDisplayMode, 12),
     RUNA1_EXPORT_ROW(ZPK_CompareExchange, 12),
     // Numeric helpers
     RUNA1_EXPORT_ROW(float_Init, 0),

@@ -1,10 +1,10 @@
 #include "host/exports/services.h"
 
-#include <atomic>
 #include <cstring>
 #include <string>
 
 #include "base/os/os.h"
+#include "host/display_environment.h"
 
 namespace {
 
@@ -33,9 +33,6 @@ ProfileNames& profileNames() {
   static ProfileNames names;
   return names;
 }
-
-// The host's cursor flag: the cursor is shown at start.
-std::atomic<uint32_t> cursorShown{1};
 
 char* heapCopy(const std::string& text) {
   char* copy = static_cast<char*>(os::heapAlloc(text.size() + 1, true));
@@ -80,25 +77,9 @@ uint32_t RUNA1_API ZPK_WriteProfileString(const char* section, const char* entry
   });
 }
 
-uint32_t RUNA1_API ZPK_IsShowCursor() { return cursorShown; }
+uint32_t RUNA1_API ZPK_IsShowCursor() { return KDisplayEnvironment::IsCursorShown(); }
 
-// The host owns the system's display count: it steps the count until the cursor is as asked,
-// whatever other code did to it.
-uint32_t RUNA1_API ZPK_SetShowCursor(int32_t show) {
-  uint32_t wanted = show ? 1 : 0;
-  uint32_t previous = cursorShown;
-  if (previous == wanted) return previous;
-  if (wanted) {
-    while (os::showCursor(true) < 0) {
-    }
-  } else {
-    while (os::showCursor(false) >= 0) {
-    }
-    os::refreshCursor();
-  }
-  cursorShown = wanted;
-  return previous;
-}
+uint32_t RUNA1_API ZPK_SetShowCursor(int32_t show) { return KDisplayEnvironment::SetCursorShown(show); }
 
 uint32_t RUNA1_API ZPK_GetDisplaySize(SIZE* size) {
   *size = os::screenSize();
@@ -106,6 +87,10 @@ uint32_t RUNA1_API ZPK_GetDisplaySize(SIZE* size) {
 }
 
 uint32_t RUNA1_API ZPK_GetDisplayBitsPerPixel() { return os::displayBitsPerPixel(); }
+
+uint32_t RUNA1_API ZPK_TestDisplayMode(uint32_t width, uint32_t height, uint32_t bitsPerPixel) {
+  return KDisplayEnvironment::Test(width, height, bitsPerPixel);
+}
 
 uint32_t RUNA1_API ZPK_CompareExchange(uint32_t* target, uint32_t comparand, uint32_t exchange) {
   return __sync_val_compare_and_swap(target, comparand, exchange);  // one lock cmpxchg

@@ -17,6 +17,7 @@ uint32_t RUNA1_API ZPK_IsShowCursor();
 uint32_t RUNA1_API ZPK_SetShowCursor(int32_t show);
 uint32_t RUNA1_API ZPK_GetDisplaySize(SIZE* size);
 uint32_t RUNA1_API ZPK_GetDisplayBitsPerPixel();
+uint32_t RUNA1_API ZPK_TestDisplayMode(uint32_t width, uint32_t height, uint32_t bitsPerPixel);
 uint32_t RUNA1_API ZPK_CompareExchange(uint32_t* target, uint32_t comparand, uint32_t exchange);
 }
 

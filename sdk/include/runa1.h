@@ -73,6 +73,8 @@ RUNA1_IMPORT(uint32_t) ZPK_SetShowCursor(int32_t show);
 /* Fills width and height of the screen; returns the height. */
 RUNA1_IMPORT(uint32_t) ZPK_GetDisplaySize(void* size);
 RUNA1_IMPORT(uint32_t) ZPK_GetDisplayBitsPerPixel(void);
+/* 0 if the display has the mode, 1 if not; a depth of 0 is the desktop's. */
+RUNA1_IMPORT(uint32_t) ZPK_TestDisplayMode(uint32_t width, uint32_t height, uint32_t bitsPerPixel);
 /* Atomic: if *target == comparand it becomes exchange; returns the previous *target. */
 RUNA1_IMPORT(uint32_t) ZPK_CompareExchange(volatile uint32_t* target, uint32_t comparand, uint32_t exchange);
 
