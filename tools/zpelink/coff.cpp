@@ -85,10 +85,14 @@ bool parseObject(const std::vector<uint8_t>& bytes, const std::string& origin, O
     symbol.storageClass = at[16];
     symbol.present = true;
     uint8_t auxCount = at[17];
+    if (symbol.section > 0 && static_cast<uint32_t>(symbol.section) > sectionCount) {
+      *error = origin + ": symbol " + symbol.name + " names a section that does not exist";
+      return false;
+    }
     object->symbols.push_back(symbol);
     // The section definition record of a COMDAT section carries its selection.
     if (auxCount && symbol.storageClass == kClassStatic && symbol.value == 0 && i + 1 < symbolCount &&
-        symbol.section > 0 && static_cast<uint32_t>(symbol.section) <= sectionCount) {
+        symbol.section > 0) {
       const uint8_t* aux = at + 18;
       Section& section = object->sections[symbol.section - 1];
       if (section.characteristics & kComdat && section.comdatSelection == 0) {

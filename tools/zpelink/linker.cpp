@@ -17,7 +17,7 @@ bool isUndefined(const coff::Symbol& symbol) { return isExternal(symbol) && symb
 bool isCommon(const coff::Symbol& symbol) { return isExternal(symbol) && symbol.section == 0 && symbol.value > 0; }
 bool isDefined(const coff::Symbol& symbol) { return isExternal(symbol) && (symbol.section > 0 || symbol.section == -1); }
 
-uint32_t alignUp(uint32_t value, uint32_t alignment) { return (value + alignment - 1) / alignment * alignment; }
+uint64_t alignUp(uint64_t value, uint32_t alignment) { return (value + alignment - 1) / alignment * alignment; }
 
 uint32_t readWord(const std::vector<uint8_t>& bytes, uint32_t at) {
   return bytes[at] | bytes[at + 1] << 8 | bytes[at + 2] << 16 | static_cast<uint32_t>(bytes[at + 3]) << 24;
@@ -25,6 +25,11 @@ uint32_t readWord(const std::vector<uint8_t>& bytes, uint32_t at) {
 
 void writeWord(std::vector<uint8_t>* bytes, uint32_t at, uint32_t value) {
   for (int i = 0; i < 4; ++i) (*bytes)[at + i] = static_cast<uint8_t>(value >> (8 * i));
+}
+
+bool imageTooLarge(std::string* error, const std::string& what, const std::string& origin, uint64_t limit) {
+  *error = what + " of " + origin + " makes the module image larger than " + std::to_string(limit) + " bytes";
+  return false;
 }
 
 }  // namespace
@@ -42,8 +47,8 @@ std::string undecorate(const std::string& symbol) {
 Linker::Kind Linker::kindOf(const coff::Section& section) {
   uint32_t flags = section.characteristics;
   if (flags & (coff::kLinkRemove | coff::kLinkInfo) || section.name.rfind(".debug", 0) == 0) return Kind::Skipped;
+  if (flags & coff::kUninitializedData) return Kind::Bss;  // no bytes in the object, whatever else it says
   if (flags & coff::kCode) return Kind::Code;
-  if (flags & coff::kUninitializedData) return Kind::Bss;
   if (flags & coff::kInitializedData) return Kind::Data;
   return Kind::Skipped;
 }
@@ -116,7 +121,7 @@ bool Linker::resolve(std::string* error) {
   return true;
 }
 
-bool Linker::layout(ZpeModule* module, std::string* error) {
+bool Linker::layout(ZpeModule* module, uint64_t maxImageBytes, std::string* error) {
   struct Piece {
     size_t object;
     size_t section;
@@ -155,19 +160,22 @@ bool Linker::layout(ZpeModule* module, std::string* error) {
       out = &module->data;
       start = tableBytes_ + static_cast<uint32_t>(module->code.size());
     }
-    uint32_t offset = alignUp(start + static_cast<uint32_t>(out->size()), section.alignment);
+    uint64_t offset = alignUp(start + out->size(), section.alignment);
+    if (offset + section.size > maxImageBytes)
+      return imageTooLarge(error, section.name, objects_[piece.object].origin, maxImageBytes);
     out->resize(offset - start, piece.kind == Kind::Code ? 0x90 : 0);
-    sectionOffsets_[piece.object][piece.section] = offset;
+    sectionOffsets_[piece.object][piece.section] = static_cast<uint32_t>(offset);
     if (piece.kind == Kind::Bss) out->resize(out->size() + section.size, 0);
     else out->insert(out->end(), section.bytes.begin(), section.bytes.end());
   }
   if (out == &module->code) start = tableBytes_ + static_cast<uint32_t>(module->code.size());
   for (const auto& [name, size] : commons_) {
     if (globals_.count(name)) continue;
-    uint32_t alignment = std::min<uint32_t>(kMaxAlignment, std::bit_ceil(size));
-    uint32_t offset = alignUp(start + static_cast<uint32_t>(module->data.size()), alignment);
+    uint32_t alignment = size >= kMaxAlignment ? kMaxAlignment : std::bit_ceil(size);
+    uint64_t offset = alignUp(start + module->data.size(), alignment);
+    if (offset + size > maxImageBytes) return imageTooLarge(error, name, "the common symbols", maxImageBytes);
     module->data.resize(offset - start + size, 0);
-    commonOffsets_[name] = offset;
+    commonOffsets_[name] = static_cast<uint32_t>(offset);
   }
   return true;
 }
@@ -184,10 +192,6 @@ bool Linker::symbolOffset(size_t objectIndex, uint32_t symbolIndex, uint32_t* of
   }
   if (symbol.section > 0) {
     size_t s = static_cast<size_t>(symbol.section - 1);
-    if (s >= object.sections.size()) {
-      *error = object.origin + ": symbol " + symbol.name + " names a section that does not exist";
-      return false;
-    }
     if (!discarded_[objectIndex][s] && kindOf(object.sections[s]) != Kind::Skipped) {
       *offset = sectionOffsets_[objectIndex][s] + symbol.value;
       return true;
@@ -271,7 +275,7 @@ bool Linker::relocate(ZpeModule* module, std::string* error) {
 }
 
 bool Linker::link(const LinkOptions& options, ZpeModule* module, std::string* error) {
-  if (!resolve(error) || !layout(module, error) || !relocate(module, error)) return false;
+  if (!resolve(error) || !layout(module, options.maxImageBytes, error) || !relocate(module, error)) return false;
 
   for (const LinkOptions::Library& library : options.libraries) module->libraries.push_back(library.name);
   for (const std::string& name : imports_) {

@@ -2,6 +2,7 @@
 // uninitialised data behind it, after an import table of one slot per `__imp_` symbol.
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <set>
 #include <string>
@@ -21,6 +22,9 @@ struct LinkOptions {
     std::vector<std::string> names;
   };
   std::vector<Library> libraries;
+  // Uninitialised data is stored in the file too, since the format has no size for it; an
+  // image beyond this is a mistake, not a game.
+  uint64_t maxImageBytes = 256u << 20;
 };
 
 class Linker {
@@ -44,7 +48,7 @@ class Linker {
 
   bool resolve(std::string* error);
   bool define(size_t objectIndex, std::string* error);
-  bool layout(ZpeModule* module, std::string* error);
+  bool layout(ZpeModule* module, uint64_t maxImageBytes, std::string* error);
   bool relocate(ZpeModule* module, std::string* error);
   bool symbolOffset(size_t objectIndex, uint32_t symbolIndex, uint32_t* offset, bool* absolute, std::string* error);
   static Kind kindOf(const coff::Section& section);
