@@ -98,6 +98,64 @@ void* heapAlloc(size_t bytes, bool zero);
 void* heapRealloc(void* block, size_t bytes);
 void heapFree(void* block);
 
+// ---- Block memory --------------------------------------------------------------------------
+// Fixed blocks of GlobalAlloc. The native build takes them from the C heap and keeps a table
+// of the live ones, which is what canRead consults there.
+void* globalAlloc(size_t bytes, bool zero);
+// False when `raw` is not a live block of globalAlloc (as far as the platform can tell).
+bool globalFree(void* raw);
+// Whether `bytes` at `address` can be read without a fault. Win32 asks the virtual memory
+// manager (committed, readable, no guard page), so nothing is touched; the native build counts
+// only memory inside live blocks of globalAlloc as readable.
+bool canRead(const void* address, size_t bytes);
+
+// ---- Threads: local storage and events -----------------------------------------------------
+constexpr uint32_t kNoTlsSlot = 0xFFFFFFFF;
+using ThreadEndCallback = void(WINAPI*)(void* value);
+// A thread-local slot, null in every thread at first. When a thread ends with a non-null value
+// in it, `onThreadEnd` gets that value (Win32: fiber-local storage with its callback; POSIX: a
+// key with a destructor). kNoTlsSlot when the system has none left. A slot is freed only when
+// no thread holds a value in it.
+uint32_t tlsAlloc(ThreadEndCallback onThreadEnd);
+void tlsFree(uint32_t slot);
+void* tlsGet(uint32_t slot);
+void tlsSet(uint32_t slot, void* value);
+
+// Events with the semantics of CreateEvent; waits have no time limit.
+using EventHandle = void*;
+EventHandle createEvent(bool manualReset, bool signalled);
+void setEvent(EventHandle event);
+void waitEvent(EventHandle event);
+void closeEvent(EventHandle event);
+
+// ---- Processor -----------------------------------------------------------------------------
+// An x87 unit answers fninit and fnstsw.
+bool fpuPresent();
+// Whether the CPUID instruction exists (the ID flag of EFLAGS can be toggled).
+bool cpuidAvailable();
+// Registers EAX, EBX, ECX, EDX of CPUID for `leaf`.
+void cpuid(uint32_t leaf, uint32_t registers[4]);
+// fninit: a clean x87 state for the calling thread.
+void resetFpu();
+
+// ---- Software exceptions and traps ---------------------------------------------------------
+// Raises a continuable software exception with no parameters. Win32: RaiseException, which
+// returns when a handler or the process's filter continues execution. The native build has no
+// such mechanism: it calls the hook of setRaiseHook; without a hook nothing happens, the caller
+// just goes on (the report stays recorded), and the process is not ended.
+void raiseException(uint32_t code);
+#ifndef _WIN32
+using RaiseHook = void (*)(uint32_t code);
+// Gives the hook that was set before.
+RaiseHook setRaiseHook(RaiseHook hook);
+#endif
+// A breakpoint trap (int3 on Win32, SIGTRAP natively): the system's fault handling decides
+// whether the program goes on behind it.
+void breakpointTrap();
+
+// The shell's common controls (Win32 only; nothing natively).
+void initCommonControls();
+
 // ---- Recursive lock ------------------------------------------------------------------------
 class CriticalSection {
  public:

@@ -3,11 +3,13 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <iconv.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
+#include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -179,6 +181,106 @@ void* heapAlloc(size_t bytes, bool zero) {
 void* heapRealloc(void* block, size_t bytes) { return std::realloc(block, bytes ? bytes : 1); }
 
 void heapFree(void* block) { std::free(block); }
+
+namespace {
+
+// The live blocks of globalAlloc, by raw address, with their sizes.
+struct LiveBlocks {
+  std::mutex lock;
+  std::map<uintptr_t, size_t> sizes;
+};
+
+LiveBlocks& liveBlocks() {
+  static LiveBlocks* blocks = new LiveBlocks;  // never destroyed: blocks may be freed at exit
+  return *blocks;
+}
+
+}  // namespace
+
+void* globalAlloc(size_t bytes, bool zero) {
+  void* raw = zero ? std::calloc(1, bytes ? bytes : 1) : std::malloc(bytes ? bytes : 1);
+  if (!raw) return nullptr;
+  LiveBlocks& blocks = liveBlocks();
+  std::lock_guard<std::mutex> guard(blocks.lock);
+  blocks.sizes[reinterpret_cast<uintptr_t>(raw)] = bytes;
+  return raw;
+}
+
+bool globalFree(void* raw) {
+  LiveBlocks& blocks = liveBlocks();
+  {
+    std::lock_guard<std::mutex> guard(blocks.lock);
+    if (blocks.sizes.erase(reinterpret_cast<uintptr_t>(raw)) == 0) return false;
+  }
+  std::free(raw);
+  return true;
+}
+
+bool canRead(const void* address, size_t bytes) {
+  uintptr_t at = reinterpret_cast<uintptr_t>(address);
+  LiveBlocks& blocks = liveBlocks();
+  std::lock_guard<std::mutex> guard(blocks.lock);
+  auto above = blocks.sizes.upper_bound(at);
+  if (above == blocks.sizes.begin()) return false;
+  auto block = std::prev(above);
+  return at - block->first <= block->second && bytes <= block->second - (at - block->first);
+}
+
+uint32_t tlsAlloc(ThreadEndCallback onThreadEnd) {
+  pthread_key_t key;
+  if (pthread_key_create(&key, onThreadEnd) != 0) return kNoTlsSlot;
+  return static_cast<uint32_t>(key);
+}
+
+void tlsFree(uint32_t slot) { pthread_key_delete(static_cast<pthread_key_t>(slot)); }
+void* tlsGet(uint32_t slot) { return pthread_getspecific(static_cast<pthread_key_t>(slot)); }
+void tlsSet(uint32_t slot, void* value) { pthread_setspecific(static_cast<pthread_key_t>(slot), value); }
+
+namespace {
+
+struct Event {
+  std::mutex lock;
+  std::condition_variable changed;
+  bool manualReset;
+  bool signalled;
+};
+
+}  // namespace
+
+EventHandle createEvent(bool manualReset, bool signalled) {
+  return new Event{{}, {}, manualReset, signalled};
+}
+
+void setEvent(EventHandle handle) {
+  Event* event = static_cast<Event*>(handle);
+  std::lock_guard<std::mutex> guard(event->lock);
+  event->signalled = true;
+  if (event->manualReset) event->changed.notify_all();
+  else event->changed.notify_one();
+}
+
+void waitEvent(EventHandle handle) {
+  Event* event = static_cast<Event*>(handle);
+  std::unique_lock<std::mutex> guard(event->lock);
+  event->changed.wait(guard, [event] { return event->signalled; });
+  if (!event->manualReset) event->signalled = false;
+}
+
+void closeEvent(EventHandle handle) { delete static_cast<Event*>(handle); }
+
+namespace {
+std::atomic<RaiseHook> raiseHook{nullptr};
+}
+
+void raiseException(uint32_t code) {
+  if (RaiseHook hook = raiseHook.load()) hook(code);
+}
+
+RaiseHook setRaiseHook(RaiseHook hook) { return raiseHook.exchange(hook); }
+
+void breakpointTrap() { raise(SIGTRAP); }
+
+void initCommonControls() {}
 
 CriticalSection::CriticalSection() {
   pthread_mutexattr_t attributes;

@@ -6,6 +6,8 @@
 
 #include "base/os/os.h"
 
+#include <commctrl.h>
+
 namespace os {
 
 namespace {
@@ -112,6 +114,52 @@ void* heapRealloc(void* block, size_t bytes) { return HeapReAlloc(GetProcessHeap
 void heapFree(void* block) {
   if (block) HeapFree(GetProcessHeap(), 0, block);
 }
+
+void* globalAlloc(size_t bytes, bool zero) {
+  return GlobalAlloc(GMEM_FIXED | (zero ? GMEM_ZEROINIT : 0), bytes);
+}
+
+bool globalFree(void* raw) { return GlobalFree(raw) == nullptr; }
+
+bool canRead(const void* address, size_t bytes) {
+  constexpr DWORD kReadable = PAGE_READONLY | PAGE_READWRITE | PAGE_WRITECOPY | PAGE_EXECUTE_READ |
+                              PAGE_EXECUTE_READWRITE | PAGE_EXECUTE_WRITECOPY;
+  uintptr_t at = reinterpret_cast<uintptr_t>(address);
+  uintptr_t end = at + bytes;
+  if (end < at) return false;
+  // Walk the regions that cover the range; each must be committed, readable and unguarded.
+  while (at < end) {
+    MEMORY_BASIC_INFORMATION region;
+    if (VirtualQuery(reinterpret_cast<const void*>(at), &region, sizeof(region)) == 0) return false;
+    if (region.State != MEM_COMMIT || !(region.Protect & kReadable) || (region.Protect & PAGE_GUARD))
+      return false;
+    at = reinterpret_cast<uintptr_t>(region.BaseAddress) + region.RegionSize;
+  }
+  return true;
+}
+
+uint32_t tlsAlloc(ThreadEndCallback onThreadEnd) {
+  DWORD slot = FlsAlloc(onThreadEnd);
+  return slot == FLS_OUT_OF_INDEXES ? kNoTlsSlot : slot;
+}
+
+void tlsFree(uint32_t slot) { FlsFree(slot); }
+void* tlsGet(uint32_t slot) { return FlsGetValue(slot); }
+void tlsSet(uint32_t slot, void* value) { FlsSetValue(slot, value); }
+
+EventHandle createEvent(bool manualReset, bool signalled) {
+  return CreateEventW(nullptr, manualReset, signalled, nullptr);
+}
+
+void setEvent(EventHandle event) { SetEvent(event); }
+void waitEvent(EventHandle event) { WaitForSingleObject(event, INFINITE); }
+void closeEvent(EventHandle event) { CloseHandle(event); }
+
+void raiseException(uint32_t code) { RaiseException(code, 0, 0, nullptr); }
+
+void breakpointTrap() { DebugBreak(); }
+
+void initCommonControls() { InitCommonControls(); }
 
 CriticalSection::CriticalSection() { InitializeCriticalSection(&section_); }
 CriticalSection::~CriticalSection() { DeleteCriticalSection(&section_); }

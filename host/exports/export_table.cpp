@@ -4,7 +4,9 @@
 #include <array>
 #include <cstring>
 
+#include "host/exports/drawing_core.h"
 #include "host/exports/file.h"
+#include "host/exports/graphic.h"
 #include "host/exports/module.h"
 #include "host/exports/numeric.h"
 #include "host/exports/services.h"
@@ -106,7 +108,35 @@ const ExportEntry kRows[] = {
     // Record files and archives
     // String stream and text resources
     // Images, views, fonts, z-buffer
+    RUNA1_EXPORT_ROW(graphic_AllocNewBitmap, 0),
+    RUNA1_EXPORT_ROW(graphic_CreateBitmap, 12),
+    RUNA1_EXPORT_ROW(graphic_ReadBitmap, 4),
+    RUNA1_EXPORT_ROW(graphic_WriteBitmap, 8),
+    RUNA1_EXPORT_ROW(graphic_DeleteBitmap, 4),
+    RUNA1_EXPORT_ROW(graphic_AttachDIBitmap, 12),
+    RUNA1_EXPORT_ROW(graphic_DetachDIBitmap, 4),
+    RUNA1_EXPORT_ROW(graphic_GetDIBitmap, 12),
+    RUNA1_EXPORT_ROW(graphic_ReleaseDIBitmap, 4),
+    RUNA1_EXPORT_ROW(graphic_GetImageInfo, 8),
+    RUNA1_EXPORT_ROW(graphic_InvalidateRect, 8),
+    RUNA1_EXPORT_ROW(graphic_SetPaletteTone, 16),
+    RUNA1_EXPORT_ROW(graphic_SetPaletteEntries, 16),
+    RUNA1_EXPORT_ROW(graphic_GetPaletteEntries, 16),
+    RUNA1_EXPORT_ROW(graphic_UpdatePalette, 4),
+    RUNA1_EXPORT_ROW(graphic_RealizePalette, 12),
+    RUNA1_EXPORT_ROW(graphic_GetViewRectangle, 8),
+    RUNA1_EXPORT_ROW(graphic_SetViewRectangle, 20),
+    RUNA1_EXPORT_ROW(graphic_IsPointHit, 12),
+    RUNA1_EXPORT_ROW(graphic_DrawBitmapToDC, 24),
+    RUNA1_EXPORT_ROW(graphic_AttachAlphaPlane, 8),
+    RUNA1_EXPORT_ROW(graphic_DetachAlphaPlane, 4),
+    RUNA1_EXPORT_ROW(graphic_AttachMaskPattern, 8),
+    RUNA1_EXPORT_ROW(graphic_DetachMakePattern, 4),
+    RUNA1_EXPORT_ROW(graphic_GetAlphaPlaneInfo, 4),
+    RUNA1_EXPORT_ROW(graphic_GetDefConversion8BitColor, 0),
+    RUNA1_EXPORT_ROW(graphic_SetDefConversion8BitColor, 4),
     // Drawing core
+    RUNA1_EXPORT_ROW(MOLAQ_SetDefInterface, 4),
     // 3D
     // Sound, music, timers, movie
     // Menu screens
