@@ -2,6 +2,7 @@
 
 #include <thread>
 
+#include "base/library.h"
 #include "base/os/os.h"
 #include "host/app/command_line.h"
 #include "host/display_environment.h"
@@ -21,6 +22,10 @@ std::string debugRecordFileNameOf(const std::string& modulePath, const std::stri
   if (stop != std::string::npos) title.erase(stop);
   return moduleDirectory + title + ".drt";
 }
+
+CZPKApp::CZPKApp() { vkInitialize(VK_LIBRARY_VERSION); }
+
+CZPKApp::~CZPKApp() { vkUninitialize(); }
 
 bool CZPKApp::InitInstance(const std::string& commandLine) {
   debugFlag_ = 0;
@@ -72,7 +77,8 @@ void CZPKApp::RunModuleThread() {
     os::messageBox(zpk_text::kNoStartingProc, zpk_text::kLoaderCaption, MB_ICONEXCLAMATION);
     return;
   }
-  // vkAttachThread()/vkDetachThread() bracket this call once the library has them.
+  vkAttachThread();
   uint32_t handle = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(&module_));
   systemModulePlatform().callProcedure(startingProc, 1, &handle, 0);
+  vkDetachThread();
 }

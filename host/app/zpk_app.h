@@ -10,7 +10,9 @@
 
 class CZPKApp {
  public:
-  CZPKApp() = default;
+  // Starts the library before anything else of it runs; the destructor takes it down.
+  CZPKApp();
+  ~CZPKApp();
   CZPKApp(const CZPKApp&) = delete;
   CZPKApp& operator=(const CZPKApp&) = delete;
 

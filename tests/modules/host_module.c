@@ -1,15 +1,15 @@
 /* The main test module: reports each check as a line "ok NAME" or "FAIL NAME" in run.log in
  * the working directory, from its initialiser (main thread), its StartingProc (module
  * thread) and its finaliser (main thread again). */
-#include <runa1.h>
+#include <windows.h>
 
-__declspec(dllimport) unsigned long __stdcall GetCurrentThreadId(void);
+#include <runa1.h>
 
 static KFILE logFile;
 static unsigned long initThread;
 uint32_t counter = 41;
 
-/* 関数... not found text of ZPK_GetProcedureAddress, in Shift-JIS. */
+/* The message of a failed ZPK_GetProcedureAddress, 内部関数が見つかりませんでした。, in Shift-JIS. */
 static const char kProcedureNotFound[] =
     "\x93\xE0\x95\x94\x8A\xD6\x90\x94\x82\xAA\x8C\xA9\x82\xC2\x82\xA9\x82\xE8\x82\xDC\x82\xB9\x82\xF1\x82\xC5\x82\xB5\x82\xBD\x81\x42";
 

@@ -1,8 +1,8 @@
 /* A module for the linker's tests: host and system imports, data with a pointer in it,
  * uninitialised data, a static that stays private, and 64-bit division from libgcc. */
-#include <runa1.h>
+#include <windows.h>
 
-__declspec(dllimport) unsigned long __stdcall GetTickCount(void);
+#include <runa1.h>
 
 uint32_t table[4] = {1, 2, 3, 4};
 uint32_t* pointer = &table[2];
