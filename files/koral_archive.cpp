@@ -10,6 +10,7 @@ namespace {
 
 constexpr const char* kSource = "KFileObj";
 constexpr uint32_t kFixedEntryBytes = 36;  // words, record position, time stamp, info length
+const KORALDirectory kNoEntries;
 
 uint32_t reportFailure(int line, const char* message) {
   return vkSetError(VK_ERROR_FILE, 0, kSource, line, message);
@@ -104,8 +105,7 @@ uint32_t KORALArchive::Open(KFileObj* file, const KORALDirectory* root) {
   uint32_t result = VRFFile::Open(file, &header);
   if (result == 0) result = DescendRecord(&kDirEntryId);
   if (result != 0) return result;
-  KORALDirectory empty;
-  KORALDirectory* directory = IsWriting() ? WriteDirectory(root ? *root : empty) : ReadDirectory();
+  KORALDirectory* directory = IsWriting() ? WriteDirectory(root ? *root : kNoEntries) : ReadDirectory();
   if (!directory) return FailAfterAscending(1);
   directories_.Add(directory);
   indices_.Add(nullptr);
@@ -265,8 +265,7 @@ uint32_t KORALArchive::DescendDirectory(const char* name, const KORALDirectory* 
 // directory current. On failure the archive leaves the directory's record again.
 uint32_t KORALArchive::EnterDirectory(const KORALDirectory* source, uint32_t index) {
   if (DescendRecord(&kDirEntryId) != 0) return FailAfterAscending(1);
-  KORALDirectory empty;
-  KORALDirectory* directory = IsWriting() ? WriteDirectory(source ? *source : empty) : ReadDirectory();
+  KORALDirectory* directory = IsWriting() ? WriteDirectory(source ? *source : kNoEntries) : ReadDirectory();
   if (!directory) return FailAfterAscending(2);
   uint32_t result = AscendRecord();
   directories_.Add(directory);

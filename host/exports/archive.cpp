@@ -6,6 +6,7 @@
 
 #include "base/error.h"
 #include "base/trace.h"
+#include "files/kept_error.h"
 
 namespace {
 
@@ -24,6 +25,13 @@ std::string boxText(const char* utf8Format, const char* path) {
   return text;
 }
 
+// Deletes an archive that failed to open, keeping the report of the failure.
+KArcFileExp* discard(KArcFileExp* archive) {
+  KeptError kept;
+  delete archive;
+  return nullptr;
+}
+
 }  // namespace
 
 void RUNA1_API VRFFile_SetDefaultVRFID(const uint8_t* id) { setDefaultVRFId(id); }
@@ -34,16 +42,12 @@ KArcFileExp* RUNA1_API KORALArchive_Open(const char* path, uint32_t quiet) {
   KArcFileExp* archive = new KArcFileExp;
   bool retried = false;
   while (archive->GetRawFile()->Open(path, FILE_READ) != 0) {
-    if (quiet) {
-      delete archive;
-      return nullptr;
-    }
+    if (quiet) return discard(archive);
     std::string text = boxText("\"%s\"ファイルをオープンできません。ファイルを確認してください。", path);
     bool retry = os::messageBox(text.c_str(), kCaption, kAskRetryFlags) == IDOK;
     if (!retry || (retried && os::answersAutomatically())) {
       vkSetError(VK_ERROR_FILE, 0, "KArcFileExp", __LINE__, "Failed open file");
-      delete archive;
-      return nullptr;
+      return discard(archive);
     }
     retried = true;
   }
@@ -51,8 +55,7 @@ KArcFileExp* RUNA1_API KORALArchive_Open(const char* path, uint32_t quiet) {
     std::string text = boxText("\"%s\"は無効なアーカイブファイルです。", path);
     TraceMessage("%s", text.c_str());
     if (!quiet) os::messageBox(text.c_str(), kCaption, kInformFlags);
-    delete archive;
-    return nullptr;
+    return discard(archive);
   }
   return archive;
 }
