@@ -31,6 +31,7 @@ class MemoryFile : public KFileObj {
   }
 
   uint32_t Write(const void* buffer, uint32_t bytes) override {
+    if (bytes == 0) return 0;
     std::string& data = state_->bytes;
     if (data.size() < state_->position + bytes) data.resize(state_->position + bytes);
     std::memcpy(data.data() + state_->position, buffer, bytes);
