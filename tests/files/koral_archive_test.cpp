@@ -228,7 +228,7 @@ TEST_F(KORALArchiveTest, DamagedDirectoriesFailWithTheirTexts) {
     const char* what;
     std::string body;
   };
-  std::string fixed = littleBytes(0, 16) + littleBytes(0, 8) + littleBytes(0, 8);
+  std::string fixed(32, '\0');  // words, record position, time stamp
   const Case cases[] = {
       {"count cut", littleBytes(1, 2)},
       {"entry missing", littleBytes(1, 4)},
