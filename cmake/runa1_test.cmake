@@ -1,10 +1,11 @@
 # runa1_add_test(name SOURCES... LIBS...): one GoogleTest executable, registered with CTest as
-# one test; in the win32 build CTest runs it through Wine (the cross-compiling emulator), so one
+# one test, with the project's test main (tests/test_main.cpp: library started, main thread
+# attached); in the win32 build CTest runs it through Wine (the cross-compiling emulator), so one
 # Wine start serves all cases of the executable.
 function(runa1_add_test name)
   cmake_parse_arguments(T "" "" "SOURCES;LIBS" ${ARGN})
   add_executable(${name} ${T_SOURCES})
-  target_link_libraries(${name} PRIVATE ${T_LIBS} GTest::gtest_main)
+  target_link_libraries(${name} PRIVATE ${T_LIBS} runa1_test_main)
   add_test(NAME ${name} COMMAND ${name})
   set_tests_properties(${name} PROPERTIES TIMEOUT 300)
 endfunction()

@@ -94,6 +94,64 @@ bool waitThread(Thread* thread, uint32_t milliseconds);
 // Gives up the handle; a thread that still runs goes on to its end.
 void closeThread(Thread* thread);
 
+// ---- Block memory --------------------------------------------------------------------------
+// Fixed blocks of GlobalAlloc. The native build takes them from the C heap and keeps a table
+// of the live ones, which is what canRead consults there.
+void* globalAlloc(size_t bytes, bool zero);
+// False when `raw` is not a live block of globalAlloc (as far as the platform can tell).
+bool globalFree(void* raw);
+// Whether `bytes` at `address` can be read without a fault. Win32 asks the virtual memory
+// manager (committed, readable, no guard page), so nothing is touched; the native build counts
+// only memory inside live blocks of globalAlloc as readable.
+bool canRead(const void* address, size_t bytes);
+
+// ---- Threads: local storage and events -----------------------------------------------------
+constexpr uint32_t kNoTlsSlot = 0xFFFFFFFF;
+using ThreadEndCallback = void(WINAPI*)(void* value);
+// A thread-local slot, null in every thread at first. When a thread ends with a non-null value
+// in it, `onThreadEnd` gets that value (Win32: fiber-local storage with its callback; POSIX: a
+// key with a destructor). kNoTlsSlot when the system has none left. A slot is freed only when
+// no thread holds a value in it.
+uint32_t tlsAlloc(ThreadEndCallback onThreadEnd);
+void tlsFree(uint32_t slot);
+void* tlsGet(uint32_t slot);
+void tlsSet(uint32_t slot, void* value);
+
+// Events with the semantics of CreateEvent; waits have no time limit.
+using EventHandle = void*;
+EventHandle createEvent(bool manualReset, bool signalled);
+void setEvent(EventHandle event);
+void waitEvent(EventHandle event);
+void closeEvent(EventHandle event);
+
+// ---- Processor -----------------------------------------------------------------------------
+// An x87 unit answers fninit and fnstsw.
+bool fpuPresent();
+// Whether the CPUID instruction exists (the ID flag of EFLAGS can be toggled).
+bool cpuidAvailable();
+// CPUID with EAX, EBX, ECX and EDX taken from `registers`; the outputs go back there.
+void cpuid(uint32_t registers[4]);
+// fninit: a clean x87 state for the calling thread.
+void resetFpu();
+
+// ---- Software exceptions and traps ---------------------------------------------------------
+// Raises a continuable software exception with no parameters. Win32: RaiseException, which
+// returns when a handler or the process's filter continues execution. The native build has no
+// such mechanism: it calls the hook of setRaiseHook; without a hook nothing happens, the caller
+// just goes on (the report stays recorded), and the process is not ended.
+void raiseException(uint32_t code);
+#ifndef _WIN32
+using RaiseHook = void (*)(uint32_t code);
+// Gives the hook that was set before.
+RaiseHook setRaiseHook(RaiseHook hook);
+#endif
+// A breakpoint trap (int3 on Win32, SIGTRAP natively): the system's fault handling decides
+// whether the program goes on behind it.
+void breakpointTrap();
+
+// The shell's common controls (Win32 only; nothing natively).
+void initCommonControls();
+
 // ---- Recursive lock ------------------------------------------------------------------------
 class CriticalSection {
  public:
@@ -122,5 +180,44 @@ class Lock {
  private:
   CriticalSection& section_;
 };
+
+// ---- Desktop -------------------------------------------------------------------------------
+// The cursor's display counter: ShowCursor's contract (the new count after one step up or down).
+int showCursor(bool show);
+// Re-sets the current cursor so that a hidden one disappears at once.
+void refreshCursor();
+// The primary screen's size in pixels.
+SIZE screenSize();
+// Bits per pixel of a device context compatible with the display; 0 if none can be made.
+uint32_t displayBitsPerPixel();
+
+struct DisplayMode {
+  uint32_t width;
+  uint32_t height;
+  uint32_t bitsPerPixel;
+  uint32_t frequency;
+  uint32_t flags;
+};
+// The display's modes in the system's order; false past the last.
+bool enumDisplayMode(uint32_t index, DisplayMode* mode);
+// Switches the display to `mode` for this process (full-screen change); null goes back to the
+// mode the user set. False when the system refuses.
+bool changeDisplayMode(const DisplayMode* mode);
+
+// ---- Profile store -------------------------------------------------------------------------
+// Per-user integers and strings under company, application, section and entry: the registry's
+// current-user software branch on Win32, a process-local store natively. Texts are Shift-JIS.
+struct ProfileKey {
+  const char* company;
+  const char* application;
+  const char* section;
+  const char* entry;  // null: the whole section, for deletion
+};
+bool readProfileInt(const ProfileKey& key, uint32_t* value);
+bool writeProfileInt(const ProfileKey& key, uint32_t value);
+bool readProfileString(const ProfileKey& key, std::string* value);
+bool writeProfileString(const ProfileKey& key, const char* value);
+// Removes one entry, or the whole section when the key's entry is null.
+bool deleteProfileEntry(const ProfileKey& key);
 
 }  // namespace os

@@ -1,14 +1,19 @@
 // POSIX side of the platform seam.
 #include <fcntl.h>
 #include <iconv.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
+#include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <map>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -184,6 +189,106 @@ void* heapRealloc(void* block, size_t bytes) { return std::realloc(block, bytes 
 
 void heapFree(void* block) { std::free(block); }
 
+namespace {
+
+// The live blocks of globalAlloc, by raw address, with their sizes.
+struct LiveBlocks {
+  std::mutex lock;
+  std::map<uintptr_t, size_t> sizes;
+};
+
+LiveBlocks& liveBlocks() {
+  static LiveBlocks* blocks = new LiveBlocks;  // never destroyed: blocks may be freed at exit
+  return *blocks;
+}
+
+}  // namespace
+
+void* globalAlloc(size_t bytes, bool zero) {
+  void* raw = zero ? std::calloc(1, bytes ? bytes : 1) : std::malloc(bytes ? bytes : 1);
+  if (!raw) return nullptr;
+  LiveBlocks& blocks = liveBlocks();
+  std::lock_guard<std::mutex> guard(blocks.lock);
+  blocks.sizes[reinterpret_cast<uintptr_t>(raw)] = bytes;
+  return raw;
+}
+
+bool globalFree(void* raw) {
+  LiveBlocks& blocks = liveBlocks();
+  {
+    std::lock_guard<std::mutex> guard(blocks.lock);
+    if (blocks.sizes.erase(reinterpret_cast<uintptr_t>(raw)) == 0) return false;
+  }
+  std::free(raw);
+  return true;
+}
+
+bool canRead(const void* address, size_t bytes) {
+  uintptr_t at = reinterpret_cast<uintptr_t>(address);
+  LiveBlocks& blocks = liveBlocks();
+  std::lock_guard<std::mutex> guard(blocks.lock);
+  auto above = blocks.sizes.upper_bound(at);
+  if (above == blocks.sizes.begin()) return false;
+  auto block = std::prev(above);
+  return at - block->first <= block->second && bytes <= block->second - (at - block->first);
+}
+
+uint32_t tlsAlloc(ThreadEndCallback onThreadEnd) {
+  pthread_key_t key;
+  if (pthread_key_create(&key, onThreadEnd) != 0) return kNoTlsSlot;
+  return static_cast<uint32_t>(key);
+}
+
+void tlsFree(uint32_t slot) { pthread_key_delete(static_cast<pthread_key_t>(slot)); }
+void* tlsGet(uint32_t slot) { return pthread_getspecific(static_cast<pthread_key_t>(slot)); }
+void tlsSet(uint32_t slot, void* value) { pthread_setspecific(static_cast<pthread_key_t>(slot), value); }
+
+namespace {
+
+struct Event {
+  std::mutex lock;
+  std::condition_variable changed;
+  bool manualReset;
+  bool signalled;
+};
+
+}  // namespace
+
+EventHandle createEvent(bool manualReset, bool signalled) {
+  return new Event{{}, {}, manualReset, signalled};
+}
+
+void setEvent(EventHandle handle) {
+  Event* event = static_cast<Event*>(handle);
+  std::lock_guard<std::mutex> guard(event->lock);
+  event->signalled = true;
+  if (event->manualReset) event->changed.notify_all();
+  else event->changed.notify_one();
+}
+
+void waitEvent(EventHandle handle) {
+  Event* event = static_cast<Event*>(handle);
+  std::unique_lock<std::mutex> guard(event->lock);
+  event->changed.wait(guard, [event] { return event->signalled; });
+  if (!event->manualReset) event->signalled = false;
+}
+
+void closeEvent(EventHandle handle) { delete static_cast<Event*>(handle); }
+
+namespace {
+std::atomic<RaiseHook> raiseHook{nullptr};
+}
+
+void raiseException(uint32_t code) {
+  if (RaiseHook hook = raiseHook.load()) hook(code);
+}
+
+RaiseHook setRaiseHook(RaiseHook hook) { return raiseHook.exchange(hook); }
+
+void breakpointTrap() { raise(SIGTRAP); }
+
+void initCommonControls() {}
+
 // The state is shared by the thread and its handle; whichever lets go last frees it.
 struct Thread {
   ThreadEntry entry;
@@ -311,5 +416,115 @@ void writeDiagnostic(const std::string& utf8Line) {
 }
 
 void debugOutput(const char* text) { writeDiagnostic(shiftJisToUtf8(text)); }
+
+}  // namespace os
+
+namespace os {
+
+// The native build has no desktop: a counter stands for the cursor's, and a small table of
+// modes for the display, enough for the logic above them to run in tests.
+namespace {
+std::atomic<int> cursorCount{0};
+
+// The modes of a plain display of today, and which one stands.
+constexpr DisplayMode kDisplayModes[] = {
+    {640, 480, 16, 60, 0},  {640, 480, 32, 60, 0},   {800, 600, 32, 60, 0},
+    {1024, 768, 32, 60, 0}, {1024, 768, 32, 75, 0},  {1280, 720, 32, 60, 0},
+};
+constexpr DisplayMode kDesktopMode = {1024, 768, 32, 60, 0};
+DisplayMode currentMode = kDesktopMode;
+}  // namespace
+
+int showCursor(bool show) { return show ? ++cursorCount : --cursorCount; }
+
+void refreshCursor() {}
+
+SIZE screenSize() { return SIZE{static_cast<LONG>(currentMode.width), static_cast<LONG>(currentMode.height)}; }
+
+uint32_t displayBitsPerPixel() { return currentMode.bitsPerPixel; }
+
+bool enumDisplayMode(uint32_t index, DisplayMode* mode) {
+  if (index >= std::size(kDisplayModes)) return false;
+  *mode = kDisplayModes[index];
+  return true;
+}
+
+bool changeDisplayMode(const DisplayMode* mode) {
+  if (!mode) {
+    currentMode = kDesktopMode;
+    return true;
+  }
+  for (const DisplayMode& known : kDisplayModes) {
+    if (known.width == mode->width && known.height == mode->height && known.bitsPerPixel == mode->bitsPerPixel) {
+      currentMode = *mode;
+      return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace os
+
+namespace os {
+
+namespace {
+
+// The native profile store: one process-wide table of sections, each a table of entries.
+struct ProfileValue {
+  bool isText;
+  uint32_t number;
+  std::string text;
+};
+
+std::mutex profileLock;
+std::map<std::string, std::map<std::string, ProfileValue>> profileSections;
+
+std::string sectionName(const ProfileKey& key) {
+  return std::string(key.company) + '\\' + key.application + '\\' + key.section;
+}
+
+const ProfileValue* findProfileValue(const ProfileKey& key) {
+  auto section = profileSections.find(sectionName(key));
+  if (section == profileSections.end()) return nullptr;
+  auto entry = section->second.find(key.entry);
+  return entry == section->second.end() ? nullptr : &entry->second;
+}
+
+}  // namespace
+
+bool readProfileInt(const ProfileKey& key, uint32_t* value) {
+  std::lock_guard<std::mutex> guard(profileLock);
+  const ProfileValue* found = findProfileValue(key);
+  if (!found || found->isText) return false;
+  *value = found->number;
+  return true;
+}
+
+bool writeProfileInt(const ProfileKey& key, uint32_t value) {
+  std::lock_guard<std::mutex> guard(profileLock);
+  profileSections[sectionName(key)][key.entry] = ProfileValue{false, value, {}};
+  return true;
+}
+
+bool readProfileString(const ProfileKey& key, std::string* value) {
+  std::lock_guard<std::mutex> guard(profileLock);
+  const ProfileValue* found = findProfileValue(key);
+  if (!found || !found->isText) return false;
+  *value = found->text;
+  return true;
+}
+
+bool writeProfileString(const ProfileKey& key, const char* value) {
+  std::lock_guard<std::mutex> guard(profileLock);
+  profileSections[sectionName(key)][key.entry] = ProfileValue{true, 0, value};
+  return true;
+}
+
+bool deleteProfileEntry(const ProfileKey& key) {
+  std::lock_guard<std::mutex> guard(profileLock);
+  if (!key.entry) return profileSections.erase(sectionName(key)) > 0;
+  auto section = profileSections.find(sectionName(key));
+  return section != profileSections.end() && section->second.erase(key.entry) > 0;
+}
 
 }  // namespace os

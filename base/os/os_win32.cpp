@@ -5,6 +5,8 @@
 
 #include "base/os/os.h"
 
+#include <commctrl.h>
+
 namespace os {
 
 namespace {
@@ -123,6 +125,52 @@ void heapFree(void* block) {
   if (block) HeapFree(GetProcessHeap(), 0, block);
 }
 
+void* globalAlloc(size_t bytes, bool zero) {
+  return GlobalAlloc(GMEM_FIXED | (zero ? GMEM_ZEROINIT : 0), bytes);
+}
+
+bool globalFree(void* raw) { return GlobalFree(raw) == nullptr; }
+
+bool canRead(const void* address, size_t bytes) {
+  constexpr DWORD kReadable = PAGE_READONLY | PAGE_READWRITE | PAGE_WRITECOPY | PAGE_EXECUTE_READ |
+                              PAGE_EXECUTE_READWRITE | PAGE_EXECUTE_WRITECOPY;
+  uintptr_t at = reinterpret_cast<uintptr_t>(address);
+  uintptr_t end = at + bytes;
+  if (end < at) return false;
+  // Walk the regions that cover the range; each must be committed, readable and unguarded.
+  while (at < end) {
+    MEMORY_BASIC_INFORMATION region;
+    if (VirtualQuery(reinterpret_cast<const void*>(at), &region, sizeof(region)) == 0) return false;
+    if (region.State != MEM_COMMIT || !(region.Protect & kReadable) || (region.Protect & PAGE_GUARD))
+      return false;
+    at = reinterpret_cast<uintptr_t>(region.BaseAddress) + region.RegionSize;
+  }
+  return true;
+}
+
+uint32_t tlsAlloc(ThreadEndCallback onThreadEnd) {
+  DWORD slot = FlsAlloc(onThreadEnd);
+  return slot == FLS_OUT_OF_INDEXES ? kNoTlsSlot : slot;
+}
+
+void tlsFree(uint32_t slot) { FlsFree(slot); }
+void* tlsGet(uint32_t slot) { return FlsGetValue(slot); }
+void tlsSet(uint32_t slot, void* value) { FlsSetValue(slot, value); }
+
+EventHandle createEvent(bool manualReset, bool signalled) {
+  return CreateEventW(nullptr, manualReset, signalled, nullptr);
+}
+
+void setEvent(EventHandle event) { SetEvent(event); }
+void waitEvent(EventHandle event) { WaitForSingleObject(event, INFINITE); }
+void closeEvent(EventHandle event) { CloseHandle(event); }
+
+void raiseException(uint32_t code) { RaiseException(code, 0, 0, nullptr); }
+
+void breakpointTrap() { DebugBreak(); }
+
+void initCommonControls() { InitCommonControls(); }
+
 struct Thread {
   HANDLE handle;
 };
@@ -226,5 +274,135 @@ void writeDiagnostic(const std::string& utf8Line) {
 }
 
 void debugOutput(const char* text) { writeDiagnostic(shiftJisToUtf8(text)); }
+
+}  // namespace os
+
+namespace os {
+
+int showCursor(bool show) { return ShowCursor(show ? TRUE : FALSE); }
+
+void refreshCursor() { SetCursor(SetCursor(nullptr)); }
+
+SIZE screenSize() { return SIZE{GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)}; }
+
+uint32_t displayBitsPerPixel() {
+  HDC context = CreateCompatibleDC(nullptr);
+  if (!context) return 0;
+  uint32_t bits = static_cast<uint32_t>(GetDeviceCaps(context, BITSPIXEL) * GetDeviceCaps(context, PLANES));
+  DeleteDC(context);
+  return bits;
+}
+
+}  // namespace os
+
+namespace os {
+
+namespace {
+
+std::wstring sectionPath(const ProfileKey& key) {
+  return L"Software\\" + widen(key.company) + L"\\" + widen(key.application) + L"\\" + widen(key.section);
+}
+
+// An open registry key that closes itself.
+class RegistryKey {
+ public:
+  RegistryKey(const ProfileKey& key, bool create) {
+    std::wstring path = sectionPath(key);
+    LONG status = create ? RegCreateKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, nullptr, 0, KEY_READ | KEY_WRITE,
+                                           nullptr, &handle_, nullptr)
+                         : RegOpenKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, KEY_READ | KEY_WRITE, &handle_);
+    if (status != ERROR_SUCCESS) handle_ = nullptr;
+  }
+  ~RegistryKey() {
+    if (handle_) RegCloseKey(handle_);
+  }
+  RegistryKey(const RegistryKey&) = delete;
+  RegistryKey& operator=(const RegistryKey&) = delete;
+  HKEY get() const { return handle_; }
+
+ private:
+  HKEY handle_ = nullptr;
+};
+
+}  // namespace
+
+bool readProfileInt(const ProfileKey& key, uint32_t* value) {
+  RegistryKey section(key, false);
+  DWORD type = 0, data = 0, size = sizeof data;
+  if (!section.get() ||
+      RegQueryValueExW(section.get(), widen(key.entry).c_str(), nullptr, &type, reinterpret_cast<BYTE*>(&data),
+                       &size) != ERROR_SUCCESS ||
+      type != REG_DWORD)
+    return false;
+  *value = data;
+  return true;
+}
+
+bool writeProfileInt(const ProfileKey& key, uint32_t value) {
+  RegistryKey section(key, true);
+  DWORD data = value;
+  return section.get() && RegSetValueExW(section.get(), widen(key.entry).c_str(), 0, REG_DWORD,
+                                         reinterpret_cast<const BYTE*>(&data), sizeof data) == ERROR_SUCCESS;
+}
+
+bool readProfileString(const ProfileKey& key, std::string* value) {
+  RegistryKey section(key, false);
+  if (!section.get()) return false;
+  std::wstring entry = widen(key.entry);
+  DWORD type = 0, size = 0;
+  if (RegQueryValueExW(section.get(), entry.c_str(), nullptr, &type, nullptr, &size) != ERROR_SUCCESS ||
+      (type != REG_SZ && type != REG_EXPAND_SZ))
+    return false;
+  std::wstring text(size / sizeof(wchar_t) + 1, L'\0');
+  if (RegQueryValueExW(section.get(), entry.c_str(), nullptr, &type, reinterpret_cast<BYTE*>(text.data()),
+                       &size) != ERROR_SUCCESS)
+    return false;
+  text.resize(wcsnlen(text.c_str(), text.size()));
+  *value = narrow(text.c_str(), static_cast<int>(text.size()));
+  return true;
+}
+
+bool writeProfileString(const ProfileKey& key, const char* value) {
+  RegistryKey section(key, true);
+  std::wstring text = widen(value);
+  return section.get() &&
+         RegSetValueExW(section.get(), widen(key.entry).c_str(), 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
+                        static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t))) == ERROR_SUCCESS;
+}
+
+bool deleteProfileEntry(const ProfileKey& key) {
+  if (!key.entry) {
+    std::wstring path = sectionPath(key);
+    return RegDeleteKeyW(HKEY_CURRENT_USER, path.c_str()) == ERROR_SUCCESS;
+  }
+  RegistryKey section(key, false);
+  return section.get() && RegDeleteValueW(section.get(), widen(key.entry).c_str()) == ERROR_SUCCESS;
+}
+
+}  // namespace os
+
+namespace os {
+
+bool enumDisplayMode(uint32_t index, DisplayMode* mode) {
+  DEVMODEA settings{};
+  settings.dmSize = sizeof settings;
+  if (!EnumDisplaySettingsA(nullptr, index, &settings)) return false;
+  *mode = DisplayMode{settings.dmPelsWidth, settings.dmPelsHeight, settings.dmBitsPerPel,
+                      settings.dmDisplayFrequency, settings.dmDisplayFlags};
+  return true;
+}
+
+bool changeDisplayMode(const DisplayMode* mode) {
+  if (!mode) return ChangeDisplaySettingsA(nullptr, CDS_FULLSCREEN) == DISP_CHANGE_SUCCESSFUL;
+  DEVMODEA settings{};
+  settings.dmSize = 156;  // the structure as it was when these five fields were all there is
+  settings.dmFields = DM_BITSPERPEL | DM_PELSWIDTH | DM_PELSHEIGHT | DM_DISPLAYFLAGS | DM_DISPLAYFREQUENCY;
+  settings.dmBitsPerPel = mode->bitsPerPixel;
+  settings.dmPelsWidth = mode->width;
+  settings.dmPelsHeight = mode->height;
+  settings.dmDisplayFlags = mode->flags;
+  settings.dmDisplayFrequency = mode->frequency;
+  return ChangeDisplaySettingsA(&settings, CDS_FULLSCREEN) == DISP_CHANGE_SUCCESSFUL;
+}
 
 }  // namespace os

@@ -21,6 +21,8 @@ using UINT = uint32_t;
 using BOOL = int32_t;
 using HANDLE = void*;
 
+#define WINAPI
+
 #define INVALID_HANDLE_VALUE (reinterpret_cast<HANDLE>(static_cast<intptr_t>(-1)))
 
 // Message box flags and answers.
@@ -74,10 +76,69 @@ struct RECT {
   LONG bottom;
 };
 
+struct SIZE {
+  LONG cx;
+  LONG cy;
+};
+
 struct POINT {
   LONG x;
   LONG y;
 };
+
+// Device-independent bitmaps and palettes, in the layouts of the Windows headers.
+struct BITMAPINFOHEADER {
+  DWORD biSize;
+  LONG biWidth;
+  LONG biHeight;
+  WORD biPlanes;
+  WORD biBitCount;
+  DWORD biCompression;
+  DWORD biSizeImage;
+  LONG biXPelsPerMeter;
+  LONG biYPelsPerMeter;
+  DWORD biClrUsed;
+  DWORD biClrImportant;
+};
+
+struct RGBQUAD {
+  BYTE rgbBlue;
+  BYTE rgbGreen;
+  BYTE rgbRed;
+  BYTE rgbReserved;
+};
+
+struct BITMAPINFO {
+  BITMAPINFOHEADER bmiHeader;
+  RGBQUAD bmiColors[1];
+};
+
+struct PALETTEENTRY {
+  BYTE peRed;
+  BYTE peGreen;
+  BYTE peBlue;
+  BYTE peFlags;
+};
+
+struct LOGPALETTE {
+  WORD palVersion;
+  WORD palNumEntries;
+  PALETTEENTRY palPalEntry[1];
+};
+
+// GDI handles are opaque: the native paint device gives them its own meaning.
+struct HDC__;
+struct HPALETTE__;
+using HDC = HDC__*;
+using HPALETTE = HPALETTE__*;
+
+#define BI_RGB 0
+#define PC_NOCOLLAPSE 0x04
+#define DIB_RGB_COLORS 0
+#define SRCCOPY 0x00CC0020u
+
+static_assert(sizeof(BITMAPINFOHEADER) == 40 && sizeof(RGBQUAD) == 4 && sizeof(BITMAPINFO) == 44);
+static_assert(sizeof(PALETTEENTRY) == 4 && sizeof(LOGPALETTE) == 8);
 #endif
 
 // Calling convention of the host's exports: the callee pops its arguments on 32-bit x86.

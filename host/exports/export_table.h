@@ -42,6 +42,10 @@ consteval uint32_t checked(uint32_t stated, uint32_t computed) {
 
 }  // namespace export_abi
 
+// A row whose export name is not the decorated form of its function's name.
+#define RUNA1_EXPORT_ROW_NAMED(name, fn, bytes) \
+  { name, reinterpret_cast<const void*>(&fn), export_abi::checked(bytes, export_abi::argumentBytes(&fn)) }
+
 #define RUNA1_EXPORT_ROW(fn, bytes) \
   { "_" #fn "@" #bytes, reinterpret_cast<const void*>(&fn), \
     export_abi::checked(bytes, export_abi::argumentBytes(&fn)) }

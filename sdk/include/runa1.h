@@ -40,8 +40,89 @@ RUNA1_IMPORT(uint32_t) File_GetFilePath(KFILE file, char* buffer);
 RUNA1_IMPORT(void*) File_GetFileHandle(KFILE file);
 
 /* ---- Module loader and host services ----------------------------------------------------- */
+/* Profile: per-user values under company, application, section, entry. The company is
+ * "Orvik Soft" until ZPK_SetRegistryKey names another. ZPK_GetProfileString returns a copy on
+ * the process heap (HeapFree(GetProcessHeap(), 0, text) when done). Writing a null value
+ * deletes the entry; a null entry deletes the section. */
+RUNA1_IMPORT(uint32_t) ZPK_SetRegistryKey(const char* company, const char* application);
+RUNA1_IMPORT(uint32_t) ZPK_GetProfileInt(const char* section, const char* entry, uint32_t defaultValue);
+RUNA1_IMPORT(uint32_t) ZPK_WriteProfileInt(const char* section, const char* entry, uint32_t value);
+RUNA1_IMPORT(char*) ZPK_GetProfileString(const char* section, const char* entry, const char* defaultValue);
+RUNA1_IMPORT(uint32_t) ZPK_WriteProfileString(const char* section, const char* entry, const char* value);
+RUNA1_IMPORT(uint32_t) ZPK_IsShowCursor(void);
+RUNA1_IMPORT(uint32_t) ZPK_SetShowCursor(int32_t show);
+/* Fills width and height of the screen; returns the height. */
+RUNA1_IMPORT(uint32_t) ZPK_GetDisplaySize(void* size);
+RUNA1_IMPORT(uint32_t) ZPK_GetDisplayBitsPerPixel(void);
+/* 0 if the display has the mode, 1 if not; a depth of 0 is the desktop's. */
+RUNA1_IMPORT(uint32_t) ZPK_TestDisplayMode(uint32_t width, uint32_t height, uint32_t bitsPerPixel);
+/* Atomic: if *target == comparand it becomes exchange; returns the previous *target. */
+RUNA1_IMPORT(uint32_t) ZPK_CompareExchange(volatile uint32_t* target, uint32_t comparand, uint32_t exchange);
 
 /* ---- Numeric helpers ---------------------------------------------------------------------- */
+/* Floats travel as their 32-bit patterns (RUNA1_FLOAT), doubles by pointer: the first
+ * operand is also the place of the result, and is returned. No floating-point code is needed in
+ * the module. float_Scale returns its first argument unchanged; double_Scale stores b * 2^trunc(a)
+ * in a. The compares give 0 for equal or unordered, -1 for less, 1 for greater. */
+typedef uint32_t RUNA1_FLOAT;
+
+RUNA1_IMPORT(void) float_Init(void);
+RUNA1_IMPORT(RUNA1_FLOAT) float_Round(RUNA1_FLOAT a);
+RUNA1_IMPORT(RUNA1_FLOAT) float_Abs(RUNA1_FLOAT a);
+RUNA1_IMPORT(RUNA1_FLOAT) float_ChS(RUNA1_FLOAT a);
+RUNA1_IMPORT(RUNA1_FLOAT) float_Add(RUNA1_FLOAT a, RUNA1_FLOAT b);
+RUNA1_IMPORT(RUNA1_FLOAT) float_Sub(RUNA1_FLOAT a, RUNA1_FLOAT b);
+RUNA1_IMPORT(RUNA1_FLOAT) float_Mul(RUNA1_FLOAT a, RUNA1_FLOAT b);
+RUNA1_IMPORT(RUNA1_FLOAT) float_Div(RUNA1_FLOAT a, RUNA1_FLOAT b);
+RUNA1_IMPORT(RUNA1_FLOAT) float_IAdd(RUNA1_FLOAT a, int32_t n);
+RUNA1_IMPORT(RUNA1_FLOAT) float_ISub(RUNA1_FLOAT a, int32_t n);
+RUNA1_IMPORT(RUNA1_FLOAT) float_IMul(RUNA1_FLOAT a, int32_t n);
+RUNA1_IMPORT(RUNA1_FLOAT) float_IDiv(RUNA1_FLOAT a, int32_t n);
+RUNA1_IMPORT(RUNA1_FLOAT) float_2XM1(RUNA1_FLOAT a);
+RUNA1_IMPORT(RUNA1_FLOAT) float_YL2X(RUNA1_FLOAT a, RUNA1_FLOAT b);
+RUNA1_IMPORT(RUNA1_FLOAT) float_Scale(RUNA1_FLOAT a, RUNA1_FLOAT b);
+RUNA1_IMPORT(int32_t) float_Com(RUNA1_FLOAT a, RUNA1_FLOAT b);
+RUNA1_IMPORT(int32_t) float_ICom(RUNA1_FLOAT a, int32_t n);
+RUNA1_IMPORT(int32_t) float_Test(RUNA1_FLOAT a);
+RUNA1_IMPORT(RUNA1_FLOAT) float_Sqrt(RUNA1_FLOAT a);
+RUNA1_IMPORT(RUNA1_FLOAT) float_Sin(RUNA1_FLOAT a);
+RUNA1_IMPORT(RUNA1_FLOAT) float_Cos(RUNA1_FLOAT a);
+RUNA1_IMPORT(RUNA1_FLOAT) float_ILD(int32_t n);
+RUNA1_IMPORT(int32_t) float_Int(RUNA1_FLOAT a);
+RUNA1_IMPORT(RUNA1_FLOAT) float_LD1(void);
+RUNA1_IMPORT(RUNA1_FLOAT) float_Zero(void);
+RUNA1_IMPORT(RUNA1_FLOAT) float_PI(void);
+RUNA1_IMPORT(RUNA1_FLOAT) float_Log2T(void) __asm__("__stdcallfloat_Log2T"); /* imported by this exact name */
+RUNA1_IMPORT(RUNA1_FLOAT) float_Log2(void);
+RUNA1_IMPORT(double*) double_Round(double* a);
+RUNA1_IMPORT(double*) double_Abs(double* a);
+RUNA1_IMPORT(double*) double_ChS(double* a);
+RUNA1_IMPORT(double*) double_Add(double* a, const double* b);
+RUNA1_IMPORT(double*) double_Sub(double* a, const double* b);
+RUNA1_IMPORT(double*) double_Mul(double* a, const double* b);
+RUNA1_IMPORT(double*) double_Div(double* a, const double* b);
+RUNA1_IMPORT(double*) double_IAdd(double* a, int32_t n);
+RUNA1_IMPORT(double*) double_ISub(double* a, int32_t n);
+RUNA1_IMPORT(double*) double_IMul(double* a, int32_t n);
+RUNA1_IMPORT(double*) double_IDiv(double* a, int32_t n);
+RUNA1_IMPORT(double*) double_2XM1(double* a);
+RUNA1_IMPORT(double*) double_YL2X(double* a, const double* b);
+RUNA1_IMPORT(double*) double_Scale(double* a, const double* b);
+RUNA1_IMPORT(int32_t) double_Com(const double* a, const double* b);
+RUNA1_IMPORT(int32_t) double_ICom(const double* a, int32_t n);
+RUNA1_IMPORT(int32_t) double_Test(const double* a);
+RUNA1_IMPORT(double*) double_Sqrt(double* a);
+RUNA1_IMPORT(double*) double_Sin(double* a);
+RUNA1_IMPORT(double*) double_Cos(double* a);
+RUNA1_IMPORT(double*) double_ILD(double* a, int32_t n);
+RUNA1_IMPORT(int32_t) double_Int(const double* a);
+RUNA1_IMPORT(double*) double_LD1(double* a);
+RUNA1_IMPORT(double*) double_Zero(double* a);
+RUNA1_IMPORT(double*) double_PI(double* a);
+RUNA1_IMPORT(double*) double_Log2T(double* a);
+RUNA1_IMPORT(double*) double_Log2(double* a);
+/* registers: EAX, EBX, ECX, EDX in and out; all zero without CPUID. */
+RUNA1_IMPORT(void) ZPK_CPUID(uint32_t* registers);
 
 /* ---- Record files and archives ------------------------------------------------------------ */
 typedef RUNA1_HANDLE KARCHIVE; /* also a KFILE: after KORALArchive_DescendFile it reads the member */
@@ -60,8 +141,62 @@ RUNA1_IMPORT(KFILE) KORALArchive_GetRawFile(KARCHIVE archive);
 /* ---- String stream and text resources ----------------------------------------------------- */
 
 /* ---- Images, views, fonts, z-buffer ------------------------------------------------------- */
+/* Images are Windows device-independent bitmaps, rows bottom-up; colours are 0x00RRGGBB.
+ * Rectangles have inclusive right and bottom. Needs <windows.h> for the bitmap types. */
+typedef RUNA1_HANDLE GRAPHIC;
+
+typedef struct ImageInfo {
+  uint32_t size; /* 32 */
+  uint8_t* pixels; /* first byte of the bottom row */
+  int32_t width;
+  int32_t height;
+  uint32_t bits;
+  int32_t pitch;
+  uint32_t imageSize;
+  uint32_t reserved;
+} ImageInfo;
+
+/* Conversion modes of graphic_SetDefConversion8BitColor. */
+#define GRAPHIC_CONVERSION_NONE 0
+#define GRAPHIC_CONVERSION_GREY 1
+#define GRAPHIC_CONVERSION_FIXED_PALETTE 2
+
+RUNA1_IMPORT(GRAPHIC) graphic_AllocNewBitmap(void);
+RUNA1_IMPORT(GRAPHIC) graphic_CreateBitmap(int32_t width, int32_t height, uint32_t bits);
+RUNA1_IMPORT(GRAPHIC) graphic_ReadBitmap(KFILE file);
+RUNA1_IMPORT(uint32_t) graphic_WriteBitmap(GRAPHIC image, KFILE file);
+RUNA1_IMPORT(uint32_t) graphic_DeleteBitmap(GRAPHIC image);
+RUNA1_IMPORT(uint32_t) graphic_AttachDIBitmap(GRAPHIC image, const BITMAPINFO* info, void* bits);
+RUNA1_IMPORT(uint32_t) graphic_DetachDIBitmap(GRAPHIC image);
+RUNA1_IMPORT(uint32_t) graphic_GetDIBitmap(GRAPHIC image, BITMAPINFOHEADER* header, void** bits);
+RUNA1_IMPORT(uint32_t) graphic_ReleaseDIBitmap(GRAPHIC image);
+RUNA1_IMPORT(uint32_t) graphic_GetImageInfo(GRAPHIC image, ImageInfo* info);
+RUNA1_IMPORT(uint32_t) graphic_InvalidateRect(GRAPHIC image, const RECT* rect);
+RUNA1_IMPORT(uint32_t) graphic_SetPaletteTone(GRAPHIC image, int32_t red, int32_t green, int32_t blue);
+RUNA1_IMPORT(uint32_t) graphic_SetPaletteEntries(GRAPHIC image, uint32_t first, uint32_t count,
+                                                 const RGBQUAD* colours);
+RUNA1_IMPORT(uint32_t) graphic_GetPaletteEntries(GRAPHIC image, uint32_t first, uint32_t count,
+                                                 RGBQUAD* colours);
+RUNA1_IMPORT(uint32_t) graphic_UpdatePalette(GRAPHIC image);
+RUNA1_IMPORT(uint32_t) graphic_RealizePalette(GRAPHIC image, HDC dc, int32_t background);
+RUNA1_IMPORT(uint32_t) graphic_GetViewRectangle(GRAPHIC image, RECT* rect);
+RUNA1_IMPORT(uint32_t) graphic_SetViewRectangle(GRAPHIC image, int32_t left, int32_t top,
+                                                int32_t right, int32_t bottom);
+RUNA1_IMPORT(uint32_t) graphic_IsPointHit(GRAPHIC image, int32_t x, int32_t y);
+RUNA1_IMPORT(int32_t) graphic_DrawBitmapToDC(GRAPHIC image, HDC dc, int32_t x, int32_t y,
+                                             const SIZE* size, const RECT* rect);
+RUNA1_IMPORT(uint32_t) graphic_AttachAlphaPlane(GRAPHIC image, const ImageInfo* alpha);
+RUNA1_IMPORT(uint32_t) graphic_DetachAlphaPlane(GRAPHIC image);
+RUNA1_IMPORT(uint32_t) graphic_AttachMaskPattern(GRAPHIC image, void* bits);
+RUNA1_IMPORT(uint32_t) graphic_DetachMakePattern(GRAPHIC image);
+RUNA1_IMPORT(ImageInfo*) graphic_GetAlphaPlaneInfo(GRAPHIC image);
+RUNA1_IMPORT(int32_t) graphic_GetDefConversion8BitColor(void);
+RUNA1_IMPORT(int32_t) graphic_SetDefConversion8BitColor(int32_t mode);
 
 /* ---- Drawing core ------------------------------------------------------------------------- */
+/* Flags of MOLAQ_SetDefInterface: 0x20000 uses the vector kernels whatever the processor,
+ * 0x2 never uses them. */
+RUNA1_IMPORT(uint32_t) MOLAQ_SetDefInterface(uint32_t flags);
 
 /* ---- 3D ----------------------------------------------------------------------------------- */
 

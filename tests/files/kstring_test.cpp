@@ -43,7 +43,8 @@ TEST(KStringTest, CopyTakesLengthPlus16RoundedDown) {
   source.Assign("assigned");
   target = source;
   EXPECT_STREQ(target.GetText(), "assigned");
-  target = target;
+  KString& same = target;
+  target = same;
   EXPECT_STREQ(target.GetText(), "assigned");
 }
 

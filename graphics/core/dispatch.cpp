@@ -1,0 +1,87 @@
+// The interface record: its pristine image, the live copy, the choice of variants by processor
+// features and flags, the core's start, and the forwarders that call through the live record.
+#include "graphics/core/molaq.h"
+
+namespace {
+
+constexpr MOLAQInterface makePristine() {
+  MOLAQInterface record{};
+  record.coderCount = 12;
+  record.soundCount = 13;
+  record.imageCount = 15;
+  record.mqYCCToIndexed = mqYCCToIndexedPlain;
+  record.mqYCCToRGB = mqYCCToRGBPlain;
+  record.mqMakeFixedPalette = mqMakeFixedPalette;
+  record.mqConvertTo8Bit = mqConvertTo8BitPlain;
+  record.movieCount = 5;
+  record.drawingCount = 6;
+  record.mqMakeToneTable = mqMakeToneTable;
+  record.mqApplyTone = mqApplyTone;
+  record.mqClipRectangles = mqClipRectangles;
+  record.mqNearestColor = mqNearestColor;
+  record.end = 0;
+  return record;
+}
+
+constexpr MOLAQInterface kPristine = makePristine();
+
+MOLAQInterface liveRecord = kPristine;
+
+// The two decoders of the entropy coder: the floating-point one in service and the integer
+// one that the selection below never reaches. Both arrive with the picture-format decoder.
+constexpr MOLAQEntry kDecodeFloatingPoint = nullptr;
+constexpr MOLAQEntry kDecodeInteger = nullptr;
+
+template <typename Fn>
+void choose(Fn& slot, bool vector, Fn plain, Fn simd) {
+  slot = vector ? simd : plain;
+}
+
+// Starts the core before main, so that the record is usable from static initialisers on.
+const uint32_t coreStarted = mqStartCore(kMOLAQVersion);
+
+}  // namespace
+
+const MOLAQInterface& mqPristineInterface() { return kPristine; }
+
+MOLAQInterface* mqGetInterface() { return &liveRecord; }
+
+uint32_t mqSelectInterface(MOLAQInterface* record, uint32_t flags, uint32_t reserved) {
+  if (reserved != 0) return 1;
+  *record = kPristine;
+  uint32_t features = flags;
+  if (mqProcessorHasVectorUnit()) features |= kMOLAQForceVector;
+  // What the high word adds and the low word does not take away, in 16 bits.
+  uint16_t active = static_cast<uint16_t>((features >> 16) & ~(features & 0xffff));
+  // The integer decoder is asked for by a bit that a 16-bit word cannot hold: this test never
+  // succeeds, and the floating-point decoder always serves. It stays as it is.
+  record->mqDecode = (active & kMOLAQIntegerDecode) ? kDecodeInteger : kDecodeFloatingPoint;
+  bool vector = (active & kMOLAQNoVector) != 0;
+  choose(record->mqYCCToIndexed, vector, mqYCCToIndexedPlain, mqYCCToIndexedSSE2);
+  choose(record->mqYCCToRGB, vector, mqYCCToRGBPlain, mqYCCToRGBSSE2);
+  choose(record->mqConvertTo8Bit, vector, mqConvertTo8BitPlain, mqConvertTo8BitSSE2);
+  // The inverse transforms, the decompressors and the blit join here with their kernels.
+  return 0;
+}
+
+uint32_t mqStartCore(uint32_t version) {
+  if (version > kMOLAQVersion) return 1;
+  mqTables();
+  return mqSelectInterface(&liveRecord, 0, 0);
+}
+
+void mqYCCToIndexed(uint8_t* dst, const int32_t* y, const int32_t* cb, const int32_t* cr,
+                    uint32_t count) {
+  liveRecord.mqYCCToIndexed(dst, y, cb, cr, count);
+}
+
+void mqYCCToRGB(uint8_t* dst, const int32_t* y, const int32_t* cb, const int32_t* cr,
+                uint32_t count) {
+  liveRecord.mqYCCToRGB(dst, y, cb, cr, count);
+}
+
+void mqConvertTo8Bit(uint8_t* dst, int32_t dstPitch, const uint8_t* src, int32_t srcPitch,
+                     int32_t width, int32_t height, int32_t bits, const RGBQUAD* palette,
+                     bool grey) {
+  liveRecord.mqConvertTo8Bit(dst, dstPitch, src, srcPitch, width, height, bits, palette, grey);
+}

@@ -1,0 +1,108 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "graphics/core/molaq.h"
+#include "host/exports/drawing_core.h"
+
+namespace {
+
+class DispatchTest : public ::testing::Test {
+ protected:
+  void TearDown() override { MOLAQ_SetDefInterface(0); }
+  static const MOLAQInterface& live() { return *mqGetInterface(); }
+  static bool usesVector(const MOLAQInterface& r) {
+    bool vector = r.mqYCCToRGB == mqYCCToRGBSSE2;
+    EXPECT_EQ(r.mqYCCToIndexed == mqYCCToIndexedSSE2, vector) << "the variants are chosen together";
+    EXPECT_EQ(r.mqConvertTo8Bit == mqConvertTo8BitSSE2, vector);
+    return vector;
+  }
+};
+
+TEST_F(DispatchTest, RecordHasFiveCountedGroupsAndAFinalZero) {
+  const MOLAQInterface& r = live();
+  EXPECT_EQ(r.coderCount, 12u);
+  EXPECT_EQ(r.soundCount, 13u);
+  EXPECT_EQ(r.imageCount, 15u);
+  EXPECT_EQ(r.movieCount, 5u);
+  EXPECT_EQ(r.drawingCount, 6u);
+  EXPECT_EQ(r.end, 0u);
+  // Each count stands right before its group's slots.
+  const uintptr_t* words = reinterpret_cast<const uintptr_t*>(&r);
+  EXPECT_EQ(words[0], 12u);
+  EXPECT_EQ(words[13], 13u);
+  EXPECT_EQ(words[27], 15u);
+  EXPECT_EQ(words[43], 5u);
+  EXPECT_EQ(words[49], 6u);
+  EXPECT_EQ(words[56], 0u);
+  EXPECT_EQ(r.mqMakeToneTable, &mqMakeToneTable);
+  EXPECT_EQ(r.mqApplyTone, &mqApplyTone);
+  EXPECT_EQ(r.mqClipRectangles, &mqClipRectangles);
+  EXPECT_EQ(r.mqNearestColor, &mqNearestColor);
+  EXPECT_EQ(r.mqMakeFixedPalette, &mqMakeFixedPalette);
+}
+
+TEST_F(DispatchTest, KernelsOfTheCodecAndTheBlitsAreNotInTheLibraryYet) {
+  const MOLAQInterface& r = live();
+  EXPECT_EQ(r.mqDecode, nullptr);
+  EXPECT_EQ(r.mqInverseBlock, nullptr);
+  EXPECT_EQ(r.mqDecompressImage, nullptr);
+  EXPECT_EQ(r.mqInverseCube, nullptr);
+  EXPECT_EQ(r.mqDecompressFrames, nullptr);
+  EXPECT_EQ(r.mqDrawImage, nullptr);
+  EXPECT_EQ(r.mqFillRectangle, nullptr);
+}
+
+TEST_F(DispatchTest, FlagsForceOrForbidTheVectorVariants) {
+  EXPECT_EQ(MOLAQ_SetDefInterface(kMOLAQForceVector), 0u);
+  EXPECT_TRUE(usesVector(live())) << "0x20000 gives the vector variants everywhere";
+  EXPECT_EQ(MOLAQ_SetDefInterface(kMOLAQForceVector | kMOLAQNoVector), 0u);
+  EXPECT_FALSE(usesVector(live())) << "0x2 wins over everything";
+  MOLAQ_SetDefInterface(kMOLAQNoVector);
+  EXPECT_FALSE(usesVector(live()));
+  MOLAQ_SetDefInterface(0);
+  EXPECT_EQ(usesVector(live()), mqProcessorHasVectorUnit()) << "without flags the processor decides";
+}
+
+TEST_F(DispatchTest, TheIntegerDecoderBitChangesNothing) {
+  MOLAQInterface withoutFlag, withFlag;
+  ASSERT_EQ(mqSelectInterface(&withoutFlag, 0, 0), 0u);
+  ASSERT_EQ(mqSelectInterface(&withFlag, kMOLAQIntegerDecode, 0), 0u);
+  EXPECT_EQ(std::memcmp(&withoutFlag, &withFlag, sizeof withFlag), 0);
+  ASSERT_EQ(mqSelectInterface(&withFlag, kMOLAQIntegerDecode | kMOLAQForceVector, 0), 0u);
+  EXPECT_TRUE(usesVector(withFlag));
+}
+
+TEST_F(DispatchTest, SelectionRebuildsFromThePristineImage) {
+  MOLAQInterface record;
+  std::memset(&record, 0xCC, sizeof record);
+  ASSERT_EQ(mqSelectInterface(&record, kMOLAQNoVector, 0), 0u);
+  EXPECT_EQ(std::memcmp(&record, &mqPristineInterface(), sizeof record), 0)
+      << "with the vector variants forbidden the record is the pristine image";
+  MOLAQInterface untouched = record;
+  EXPECT_EQ(mqSelectInterface(&record, kMOLAQForceVector, 1), 1u) << "reserved must be 0";
+  EXPECT_EQ(std::memcmp(&record, &untouched, sizeof record), 0);
+}
+
+TEST_F(DispatchTest, CoreStartsOnlyForItsOwnVersionOrOlder) {
+  EXPECT_EQ(mqStartCore(kMOLAQVersion + 1), 1u);
+  EXPECT_EQ(mqStartCore(kMOLAQVersion), 0u);
+  EXPECT_EQ(mqStartCore(0x10000), 0u);
+}
+
+TEST_F(DispatchTest, ForwardersCallTheSelectedVariant) {
+  // The vector conversion of a constant plane dithers with its own generators: the seed's
+  // high words move only when it runs.
+  int32_t y[16] = {}, cb[16] = {}, cr[16] = {};
+  uint8_t out[16];
+  mqStoreDitherSeed(kDitherSeedStart);
+  MOLAQ_SetDefInterface(kMOLAQForceVector);
+  mqYCCToIndexed(out, y, cb, cr, 16);
+  EXPECT_NE(mqLoadDitherSeed() >> 32, kDitherSeedStart >> 32);
+  mqStoreDitherSeed(kDitherSeedStart);
+  MOLAQ_SetDefInterface(kMOLAQNoVector);
+  mqYCCToIndexed(out, y, cb, cr, 16);
+  EXPECT_EQ(mqLoadDitherSeed() >> 32, kDitherSeedStart >> 32);
+}
+
+}  // namespace
