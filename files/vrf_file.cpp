@@ -5,6 +5,7 @@
 
 #include "base/alloc.h"
 #include "base/error.h"
+#include "base/library.h"
 #include "base/trace.h"
 
 namespace {
@@ -240,9 +241,11 @@ struct ReadRequest {
 
 // The thread transfers through ReadBody: the Read slot begins by waiting for this very thread.
 void VRFFile::RunBackgroundRead(void* request) {
+  vkAttachThread();
   ReadRequest* read = static_cast<ReadRequest*>(request);
   read->file->ReadBody(read->buffer, read->bytes);
   vkFree(read);
+  vkDetachThread();
 }
 
 // The report after the start is the other way round: a started thread reports "Failed to

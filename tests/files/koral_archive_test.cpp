@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <cstdlib>
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -12,19 +12,12 @@
 #include "tests/files/memory_file.h"
 #include "tests/files/record_bytes.h"
 #include "tests/temp_dir.h"
+#include "tests/test_support.h"
 
 namespace {
 
 std::vector<std::string> traces;
 void keepTrace(const char* text) { traces.push_back(text); }
-
-void setEnvironment(const char* name, const char* value) {
-#ifdef _WIN32
-  _putenv_s(name, value);
-#else
-  setenv(name, value, 1);
-#endif
-}
 
 void expectReport(uint32_t result, const char* source, const char* message) {
   EXPECT_EQ(result, VK_ERROR_FILE);
@@ -272,7 +265,7 @@ TEST_F(KORALArchiveTest, OpenAsksAgainUnlessQuiet) {
   EXPECT_EQ(KORALArchive_Open(missing.c_str(), 1), nullptr);
   expectReport(vkGetLastError(), "KFileObj", "Failed to open file.");
 
-  setEnvironment("RUNA1_AUTO_ANSWER", "cancel");
+  runa1_test::AutoAnswer cancel("cancel");
   testing::internal::CaptureStderr();
   EXPECT_EQ(KORALArchive_Open(missing.c_str(), 0), nullptr);
   std::string shown = testing::internal::GetCapturedStderr();
@@ -282,7 +275,7 @@ TEST_F(KORALArchiveTest, OpenAsksAgainUnlessQuiet) {
       << shown;
 
   // An automatic OK retries once and then gives up, so that nothing waits for a person.
-  setEnvironment("RUNA1_AUTO_ANSWER", "ok");
+  runa1_test::AutoAnswer ok("ok");
   testing::internal::CaptureStderr();
   EXPECT_EQ(KORALArchive_Open(missing.c_str(), 0), nullptr);
   shown = testing::internal::GetCapturedStderr();
@@ -293,7 +286,6 @@ TEST_F(KORALArchiveTest, OpenAsksAgainUnlessQuiet) {
   EXPECT_EQ(KORALArchive_Open(invalid.c_str(), 0), nullptr);
   shown = testing::internal::GetCapturedStderr();
   EXPECT_NE(shown.find("\"" + invalid + "\"は無効なアーカイブファイルです。"), std::string::npos) << shown;
-  setEnvironment("RUNA1_AUTO_ANSWER", "");
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <iostream>
 #include <string>
 
+#include "base/library.h"
 #include "tools/arc/arc.h"
 
 namespace {
@@ -29,6 +30,7 @@ int main(int argc, char** argv) {
     return 0;
   }
   if (argc < 2) return usageError("no command given");
+  vkInitialize(VK_LIBRARY_VERSION);
   std::string command = argv[1];
   std::string error;
   bool done;
@@ -41,6 +43,7 @@ int main(int argc, char** argv) {
   } else {
     return usageError("unknown command or wrong number of arguments: " + command);
   }
+  vkUninitialize();
   if (!done) {
     std::cerr << "arc: " << error << "\n";
     return 1;
