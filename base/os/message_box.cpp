@@ -59,6 +59,15 @@ int automaticAnswer(uint32_t flags, const char* autoAnswer) {
   return buttons.ids[index < buttons.count ? index : 0];
 }
 
+bool answersAutomatically() {
+#ifdef _WIN32
+  const char* answer = std::getenv("RUNA1_AUTO_ANSWER");
+  return answer && *answer;
+#else
+  return true;  // the native build has no box to show
+#endif
+}
+
 int messageBox(const char* text, const char* caption, uint32_t flags) {
   const char* answer = std::getenv("RUNA1_AUTO_ANSWER");
   if (answer && *answer) {

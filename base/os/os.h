@@ -35,6 +35,9 @@ uint32_t writeFile(FileHandle file, const void* buffer, uint32_t bytes);
 uint32_t seekFile(FileHandle file, int32_t offset, uint32_t method);
 // Low 32 bits of the length, 0xFFFFFFFF on failure.
 uint32_t fileSize(FileHandle file);
+// 64-bit forms for the readers that address files beyond 4 GiB; UINT64_MAX on failure.
+uint64_t seekFile64(FileHandle file, int64_t offset, uint32_t method);
+uint64_t fileSize64(FileHandle file);
 // A second handle to the same open file: both share one position. kSameAccess keeps the access.
 constexpr uint32_t kSameAccess = 0xFFFFFFFF;
 FileHandle duplicateFile(FileHandle file, uint32_t access);
@@ -60,6 +63,8 @@ bool utf8ToShiftJis(std::string_view text, std::string* out);
 // is that button, or the box's default button when it has no such one. Text and caption are
 // Shift-JIS; flags and answers are those of MessageBox (MB_*, ID*).
 int messageBox(const char* text, const char* caption, uint32_t flags);
+// True when boxes answer without a person: RUNA1_AUTO_ANSWER is set, or the build has no box.
+bool answersAutomatically();
 // The button a box answers without a person: the auto answer, else the default button.
 int automaticAnswer(uint32_t flags, const char* autoAnswer);
 // Shows a box to a person: the OS's own message box (the native build has none and answers as
@@ -97,6 +102,19 @@ void* processModule();
 void* heapAlloc(size_t bytes, bool zero);
 void* heapRealloc(void* block, size_t bytes);
 void heapFree(void* block);
+
+// ---- Threads -------------------------------------------------------------------------------
+// A started thread, until closeThread. The handle stays valid after the thread has ended, so a
+// wait on it keeps answering at once.
+struct Thread;
+using ThreadEntry = void (*)(void* argument);
+constexpr uint32_t kWaitForever = 0xFFFFFFFF;
+// Null when the thread could not be started.
+Thread* startThread(ThreadEntry entry, void* argument);
+// Waits up to `milliseconds` for the thread's end; true when it still runs afterwards.
+bool waitThread(Thread* thread, uint32_t milliseconds);
+// Gives up the handle; a thread that still runs goes on to its end.
+void closeThread(Thread* thread);
 
 // ---- Block memory --------------------------------------------------------------------------
 // Fixed blocks of GlobalAlloc. The native build takes them from the C heap and keeps a table

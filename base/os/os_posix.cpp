@@ -132,17 +132,26 @@ uint32_t writeFile(FileHandle file, const void* buffer, uint32_t bytes) {
   return done;
 }
 
-uint32_t seekFile(FileHandle file, int32_t offset, uint32_t method) {
+uint64_t seekFile64(FileHandle file, int64_t offset, uint32_t method) {
   static const int kWhence[] = {SEEK_SET, SEEK_CUR, SEEK_END};
-  if (method > 2) return 0xFFFFFFFF;
-  off_t at = lseek(fdOf(file), offset, kWhence[method]);
-  return at < 0 ? 0xFFFFFFFF : static_cast<uint32_t>(at);
+  if (method > 2) return UINT64_MAX;
+  off_t at = lseek(fdOf(file), static_cast<off_t>(offset), kWhence[method]);
+  return at < 0 ? UINT64_MAX : static_cast<uint64_t>(at);
+}
+
+uint64_t fileSize64(FileHandle file) {
+  struct stat info{};
+  return fstat(fdOf(file), &info) == 0 ? static_cast<uint64_t>(info.st_size) : UINT64_MAX;
+}
+
+uint32_t seekFile(FileHandle file, int32_t offset, uint32_t method) {
+  uint64_t at = seekFile64(file, offset, method);
+  return at == UINT64_MAX ? 0xFFFFFFFF : static_cast<uint32_t>(at);
 }
 
 uint32_t fileSize(FileHandle file) {
-  struct stat info{};
-  if (fstat(fdOf(file), &info) != 0) return 0xFFFFFFFF;
-  return static_cast<uint32_t>(info.st_size);
+  uint64_t size = fileSize64(file);
+  return size == UINT64_MAX ? 0xFFFFFFFF : static_cast<uint32_t>(size);
 }
 
 FileHandle duplicateFile(FileHandle file, uint32_t access) {
@@ -281,6 +290,73 @@ RaiseHook setRaiseHook(RaiseHook hook) { return raiseHook.exchange(hook); }
 void breakpointTrap() { raise(SIGTRAP); }
 
 void initCommonControls() {}
+
+// The state is shared by the thread and its handle; whichever lets go last frees it.
+struct Thread {
+  ThreadEntry entry;
+  void* argument;
+  pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
+  pthread_cond_t ended = PTHREAD_COND_INITIALIZER;
+  bool done = false;
+  int holders = 2;
+};
+
+namespace {
+
+void release(Thread* thread) {
+  pthread_mutex_lock(&thread->mutex);
+  bool last = --thread->holders == 0;
+  pthread_mutex_unlock(&thread->mutex);
+  if (last) delete thread;
+}
+
+void* runThread(void* state) {
+  Thread* thread = static_cast<Thread*>(state);
+  thread->entry(thread->argument);
+  pthread_mutex_lock(&thread->mutex);
+  thread->done = true;
+  pthread_cond_broadcast(&thread->ended);
+  pthread_mutex_unlock(&thread->mutex);
+  release(thread);
+  return nullptr;
+}
+
+}  // namespace
+
+Thread* startThread(ThreadEntry entry, void* argument) {
+  Thread* thread = new Thread{entry, argument};
+  pthread_t id;
+  if (pthread_create(&id, nullptr, runThread, thread) != 0) {
+    delete thread;
+    return nullptr;
+  }
+  pthread_detach(id);
+  return thread;
+}
+
+bool waitThread(Thread* thread, uint32_t milliseconds) {
+  timespec until;
+  clock_gettime(CLOCK_REALTIME, &until);
+  until.tv_sec += milliseconds / 1000;
+  until.tv_nsec += static_cast<long>(milliseconds % 1000) * 1000000;
+  if (until.tv_nsec >= 1000000000) {
+    until.tv_sec += 1;
+    until.tv_nsec -= 1000000000;
+  }
+  pthread_mutex_lock(&thread->mutex);
+  while (!thread->done) {
+    if (milliseconds == kWaitForever) {
+      pthread_cond_wait(&thread->ended, &thread->mutex);
+    } else if (pthread_cond_timedwait(&thread->ended, &thread->mutex, &until) == ETIMEDOUT) {
+      break;
+    }
+  }
+  bool running = !thread->done;
+  pthread_mutex_unlock(&thread->mutex);
+  return running;
+}
+
+void closeThread(Thread* thread) { release(thread); }
 
 CriticalSection::CriticalSection() {
   pthread_mutexattr_t attributes;

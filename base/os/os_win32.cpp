@@ -69,6 +69,17 @@ uint32_t seekFile(FileHandle file, int32_t offset, uint32_t method) {
 
 uint32_t fileSize(FileHandle file) { return GetFileSize(file, nullptr); }
 
+uint64_t seekFile64(FileHandle file, int64_t offset, uint32_t method) {
+  LARGE_INTEGER distance, at;
+  distance.QuadPart = offset;
+  return SetFilePointerEx(file, distance, &at, method) ? static_cast<uint64_t>(at.QuadPart) : UINT64_MAX;
+}
+
+uint64_t fileSize64(FileHandle file) {
+  LARGE_INTEGER size;
+  return GetFileSizeEx(file, &size) ? static_cast<uint64_t>(size.QuadPart) : UINT64_MAX;
+}
+
 FileHandle duplicateFile(FileHandle file, uint32_t access) {
   HANDLE copy = INVALID_HANDLE_VALUE;
   HANDLE self = GetCurrentProcess();
@@ -160,6 +171,46 @@ void raiseException(uint32_t code) { RaiseException(code, 0, 0, nullptr); }
 void breakpointTrap() { DebugBreak(); }
 
 void initCommonControls() { InitCommonControls(); }
+
+struct Thread {
+  HANDLE handle;
+};
+
+namespace {
+
+// What the new thread runs; the thread frees it, so the handle can be closed at any time.
+struct ThreadStart {
+  ThreadEntry entry;
+  void* argument;
+};
+
+DWORD WINAPI runThread(void* state) {
+  ThreadStart start = *static_cast<ThreadStart*>(state);
+  delete static_cast<ThreadStart*>(state);
+  start.entry(start.argument);
+  return 0;
+}
+
+}  // namespace
+
+Thread* startThread(ThreadEntry entry, void* argument) {
+  ThreadStart* start = new ThreadStart{entry, argument};
+  HANDLE handle = CreateThread(nullptr, 0, runThread, start, 0, nullptr);
+  if (!handle) {
+    delete start;
+    return nullptr;
+  }
+  return new Thread{handle};
+}
+
+bool waitThread(Thread* thread, uint32_t milliseconds) {
+  return WaitForSingleObject(thread->handle, milliseconds) == WAIT_TIMEOUT;
+}
+
+void closeThread(Thread* thread) {
+  CloseHandle(thread->handle);
+  delete thread;
+}
 
 CriticalSection::CriticalSection() { InitializeCriticalSection(&section_); }
 CriticalSection::~CriticalSection() { DeleteCriticalSection(&section_); }

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstring>
 
+#include "host/exports/archive.h"
 #include "host/exports/drawing_core.h"
 #include "host/exports/file.h"
 #include "host/exports/graphic.h"
@@ -107,6 +108,16 @@ const ExportEntry kRows[] = {
     RUNA1_EXPORT_ROW(double_Log2, 4),
     RUNA1_EXPORT_ROW(ZPK_CPUID, 4),
     // Record files and archives
+    RUNA1_EXPORT_ROW(VRFFile_SetDefaultVRFID, 4),
+    RUNA1_EXPORT_ROW(KORALArchive_Open, 8),
+    RUNA1_EXPORT_ROW(KORALArchive_Close, 4),
+    RUNA1_EXPORT_ROW(KORALArchive_DescendDirectory, 8),
+    RUNA1_EXPORT_ROW(KORALArchive_AscendDirectory, 4),
+    RUNA1_EXPORT_ROW(KORALArchive_GetCurrentDirecotry, 4),
+    RUNA1_EXPORT_ROW(KORALArchive_DescendFile, 8),
+    RUNA1_EXPORT_ROW(KORALArchive_AscendFile, 4),
+    RUNA1_EXPORT_ROW(KORALArchive_GetFileHandle, 4),
+    RUNA1_EXPORT_ROW(KORALArchive_GetRawFile, 4),
     // String stream and text resources
     RUNA1_EXPORT_ROW(strmstr_Create, 8),
     RUNA1_EXPORT_ROW(strmstr_LoadText, 4),

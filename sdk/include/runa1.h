@@ -144,6 +144,18 @@ RUNA1_IMPORT(double*) double_Log2(double* a);
 RUNA1_IMPORT(void) ZPK_CPUID(uint32_t* registers);
 
 /* ---- Record files and archives ------------------------------------------------------------ */
+typedef RUNA1_HANDLE KARCHIVE; /* also a KFILE: after KORALArchive_DescendFile it reads the member */
+
+RUNA1_IMPORT(void) VRFFile_SetDefaultVRFID(const void* id);
+RUNA1_IMPORT(KARCHIVE) KORALArchive_Open(const char* path, uint32_t quiet);
+RUNA1_IMPORT(void) KORALArchive_Close(KARCHIVE archive);
+RUNA1_IMPORT(uint32_t) KORALArchive_DescendDirectory(KARCHIVE archive, const char* name);
+RUNA1_IMPORT(uint32_t) KORALArchive_AscendDirectory(KARCHIVE archive);
+RUNA1_IMPORT(char*) KORALArchive_GetCurrentDirecotry(KARCHIVE archive); /* process heap, caller frees */
+RUNA1_IMPORT(uint32_t) KORALArchive_DescendFile(KARCHIVE archive, const char* name);
+RUNA1_IMPORT(uint32_t) KORALArchive_AscendFile(KARCHIVE archive);
+RUNA1_IMPORT(void*) KORALArchive_GetFileHandle(KARCHIVE archive);
+RUNA1_IMPORT(KFILE) KORALArchive_GetRawFile(KARCHIVE archive);
 
 /* ---- String stream and text resources ----------------------------------------------------- */
 typedef RUNA1_HANDLE STRMSTR; /* a string stream; a text resource is one too */
