@@ -7,8 +7,31 @@ namespace {
 constexpr MOLAQInterface makePristine() {
   MOLAQInterface record{};
   record.coderCount = 12;
+  record.mqAnalyzePhrases = mqAnalyzePhrases;
+  record.mqOptimizePhrases = mqOptimizePhrases;
+  record.mqLimitPhrases = mqLimitPhrases;
+  record.mqFreePhraseTable = mqFreePhraseTable;
+  record.mqInitEncoder = mqInitEncoder;
+  record.mqPutBits = mqPutBits;
+  record.mqPutSymbol = mqPutSymbol;
+  record.mqFlushEncoder = mqFlushEncoder;
+  record.mqEncodeStream = mqEncodeStream;
+  record.mqOpenDecoder = mqOpenDecoder;
+  record.mqCloseDecoder = mqCloseDecoder;
+  record.mqDecode = mqDecode;
   record.soundCount = 13;
   record.imageCount = 15;
+  record.mqMakeBitmapHeader = mqMakeBitmapHeader;
+  record.mqFitQuantCurve = mqFitQuantCurve;
+  record.mqMakeQuantTable = mqMakeQuantTable;
+  record.mqForwardBlock = mqForwardBlock;
+  record.mqLoadMacroblock = mqLoadMacroblock;
+  record.mqRGBToYCC = mqRGBToYCC;
+  record.plainInverseBlock = mqInverseBlock;
+  record.mqInverseBlock = mqInverseBlock;
+  record.mqCompressImage = mqCompressImage;
+  record.mqFreeImage = mqFreeImage;
+  record.mqDecompressImage = mqDecompressImage;
   record.mqYCCToIndexed = mqYCCToIndexedPlain;
   record.mqYCCToRGB = mqYCCToRGBPlain;
   record.mqMakeFixedPalette = mqMakeFixedPalette;
@@ -28,9 +51,9 @@ constexpr MOLAQInterface kPristine = makePristine();
 MOLAQInterface liveRecord = kPristine;
 
 // The two decoders of the entropy coder: the floating-point one in service and the integer
-// one that the selection below never reaches. Both arrive with the picture-format decoder.
-constexpr MOLAQEntry kDecodeFloatingPoint = nullptr;
-constexpr MOLAQEntry kDecodeInteger = nullptr;
+// one that the selection below never reaches.
+constexpr auto kDecodeFloatingPoint = &mqDecode;
+constexpr auto kDecodeInteger = &mqDecodeInteger;
 
 template <typename Fn>
 void choose(Fn& slot, bool vector, Fn plain, Fn simd) {
@@ -60,7 +83,8 @@ uint32_t mqSelectInterface(MOLAQInterface* record, uint32_t flags, uint32_t rese
   choose(record->mqYCCToIndexed, vector, mqYCCToIndexedPlain, mqYCCToIndexedSSE2);
   choose(record->mqYCCToRGB, vector, mqYCCToRGBPlain, mqYCCToRGBSSE2);
   choose(record->mqConvertTo8Bit, vector, mqConvertTo8BitPlain, mqConvertTo8BitSSE2);
-  // The inverse transforms, the decompressors and the blit join here with their kernels.
+  // The inverse block transform and the decompressor have one variant today (the plain one
+  // serves both choices); the blit joins here with its kernels.
   return 0;
 }
 

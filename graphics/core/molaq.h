@@ -5,6 +5,8 @@
 #include <cstdint>
 
 #include "base/os/win32_types.h"
+#include "graphics/core/image_codec.h"
+#include "graphics/core/phrase_coder.h"
 
 // A plane of pixels as the drawing subsystem passes it around: images, alpha planes, z-buffers.
 struct ImageInfo {
@@ -49,9 +51,18 @@ using FillRectangleFn = uint32_t (*)(const BITMAPINFO* info, uint8_t* pixels,
 // the library yet are null.
 struct MOLAQInterface {
   uintptr_t coderCount;  // 12: entropy coder
-  MOLAQEntry mqAnalyzePhrases, mqOptimizePhrases, mqLimitPhrases, mqFreePhraseTable;
-  MOLAQEntry mqInitEncoder, mqPutBits, mqPutSymbol, mqFlushEncoder, mqEncodeStream;
-  MOLAQEntry mqOpenDecoder, mqCloseDecoder, mqDecode;
+  decltype(&::mqAnalyzePhrases) mqAnalyzePhrases;
+  decltype(&::mqOptimizePhrases) mqOptimizePhrases;
+  decltype(&::mqLimitPhrases) mqLimitPhrases;
+  decltype(&::mqFreePhraseTable) mqFreePhraseTable;
+  decltype(&::mqInitEncoder) mqInitEncoder;
+  decltype(&::mqPutBits) mqPutBits;
+  decltype(&::mqPutSymbol) mqPutSymbol;
+  decltype(&::mqFlushEncoder) mqFlushEncoder;
+  decltype(&::mqEncodeStream) mqEncodeStream;
+  decltype(&::mqOpenDecoder) mqOpenDecoder;
+  decltype(&::mqCloseDecoder) mqCloseDecoder;
+  decltype(&::mqDecode) mqDecode;
 
   uintptr_t soundCount;  // 13: sound transform coder
   MOLAQEntry mqGetSoundFrameSize, mqMakeSoundCurve, mqMakeInverseSoundCurve;
@@ -60,13 +71,19 @@ struct MOLAQInterface {
   MOLAQEntry mqFreeCompressed, mqDecompressSound;
 
   uintptr_t imageCount;  // 15: image transform coder and colour conversion
-  MOLAQEntry mqMakeBitmapHeader, mqFitQuantCurve, mqMakeQuantTable, mqForwardBlock;
-  MOLAQEntry mqLoadMacroblock, mqRGBToYCC;
+  decltype(&::mqMakeBitmapHeader) mqMakeBitmapHeader;
+  decltype(&::mqFitQuantCurve) mqFitQuantCurve;
+  decltype(&::mqMakeQuantTable) mqMakeQuantTable;
+  decltype(&::mqForwardBlock) mqForwardBlock;
+  decltype(&::mqLoadMacroblock) mqLoadMacroblock;
+  decltype(&::mqRGBToYCC) mqRGBToYCC;
   YCCToIndexedFn mqYCCToIndexed;
-  MOLAQEntry plainInverseBlock;  // always the plain inverse block transform, unused
-  MOLAQEntry mqInverseBlock;
+  decltype(&::mqInverseBlock) plainInverseBlock;  // always the plain inverse block transform, unused
+  decltype(&::mqInverseBlock) mqInverseBlock;
   YCCToRGBFn mqYCCToRGB;
-  MOLAQEntry mqCompressImage, mqFreeImage, mqDecompressImage;
+  decltype(&::mqCompressImage) mqCompressImage;
+  decltype(&::mqFreeImage) mqFreeImage;
+  decltype(&::mqDecompressImage) mqDecompressImage;
   MakeFixedPaletteFn mqMakeFixedPalette;
   ConvertTo8BitFn mqConvertTo8Bit;
 

@@ -42,11 +42,18 @@ TEST_F(DispatchTest, RecordHasFiveCountedGroupsAndAFinalZero) {
   EXPECT_EQ(r.mqMakeFixedPalette, &mqMakeFixedPalette);
 }
 
-TEST_F(DispatchTest, KernelsOfTheCodecAndTheBlitsAreNotInTheLibraryYet) {
+TEST_F(DispatchTest, TheCodecIsInTheRecordAndTheFloatingPointDecoderServes) {
   const MOLAQInterface& r = live();
-  EXPECT_EQ(r.mqDecode, nullptr);
-  EXPECT_EQ(r.mqInverseBlock, nullptr);
-  EXPECT_EQ(r.mqDecompressImage, nullptr);
+  EXPECT_EQ(r.mqDecode, &mqDecode);
+  EXPECT_EQ(r.mqOpenDecoder, &mqOpenDecoder);
+  EXPECT_EQ(r.mqEncodeStream, &mqEncodeStream);
+  EXPECT_EQ(r.mqInverseBlock, &mqInverseBlock);
+  EXPECT_EQ(r.mqDecompressImage, &mqDecompressImage);
+  EXPECT_EQ(r.mqCompressImage, &mqCompressImage);
+}
+
+TEST_F(DispatchTest, MovieCoderAndBlitsAreNotInTheLibraryYet) {
+  const MOLAQInterface& r = live();
   EXPECT_EQ(r.mqInverseCube, nullptr);
   EXPECT_EQ(r.mqDecompressFrames, nullptr);
   EXPECT_EQ(r.mqDrawImage, nullptr);

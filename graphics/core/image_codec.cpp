@@ -1,0 +1,369 @@
+// Block transforms, the decompressor and the compressor of 24-bit pictures.
+#include "graphics/core/image_codec.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <numbers>
+#include <vector>
+
+#include "graphics/core/molaq.h"
+#include "graphics/core/phrase_coder.h"
+
+namespace {
+
+// basis[logSize][i * 32 + k] = cos((2i + 1) k pi / 2^(logSize + 1)) for the 2^logSize samples
+// and the at most 32 coefficients of a block.
+struct Basis {
+  std::vector<double> line[9];
+  Basis() {
+    for (int n = 3; n <= 8; ++n) {
+      int size = 1 << n;
+      line[n].resize(size * 32);
+      for (int i = 0; i < size; ++i) {
+        for (int k = 0; k < 32; ++k) {
+          line[n][i * 32 + k] = std::cos((2 * i + 1) * k * std::numbers::pi / (2.0 * size));
+        }
+      }
+    }
+  }
+};
+
+const Basis& basis() {
+  static const Basis b;
+  return b;
+}
+
+int32_t toInt32(double value) {
+  return static_cast<int32_t>(std::clamp(value, -2147483648.0, 2147483647.0));
+}
+
+}  // namespace
+
+void mqMakeBitmapHeader(BITMAPINFOHEADER* out, const ImageHeader* header, int32_t scale) {
+  std::memset(out, 0, sizeof(*out));
+  out->biSize = sizeof(BITMAPINFOHEADER);
+  out->biWidth = static_cast<int32_t>(header->width << scale);
+  out->biHeight = static_cast<int32_t>(header->height << scale);
+  out->biPlanes = 1;
+  out->biBitCount = static_cast<uint16_t>(header->bits);
+  out->biSizeImage = ((out->biWidth * header->bits + 31) & ~31u) * out->biHeight / 8;
+}
+
+void mqFitQuantCurve(int32_t blockSize, double p0, double p1, double p2, int32_t* a, int32_t* b,
+                     int32_t* c) {
+  // Through (0, y0), (m / 2, y1), (m, y2), half a step up so that the shift's floor lands on them.
+  double m = (1 << blockSize) - 1;
+  double y0 = p0 - 7 + 0.5, y1 = p1 - 7 + 0.5, y2 = p2 - 7 + 0.5;
+  double qa = 2 * (y0 - 2 * y1 + y2) / (m * m);
+  double qb = (4 * y1 - 3 * y0 - y2) / m;
+  *a = static_cast<int32_t>(std::lround(qa * 65536));
+  *b = static_cast<int32_t>(std::lround(qb * 65536));
+  *c = static_cast<int32_t>(std::lround(y0 * 65536));
+}
+
+void mqMakeQuantTable(uint32_t* q, int32_t blockSize, int32_t a, int32_t b, int32_t c) {
+  for (int64_t i = 0; i < (int64_t{1} << blockSize); ++i) {
+    int64_t sum = i * i * a + i * b + c;
+    int32_t shifted = static_cast<int32_t>(static_cast<uint64_t>(sum >> 16));
+    q[i] = static_cast<uint32_t>(std::clamp(shifted + 7, 0, 14));
+  }
+}
+
+void mqInverseLine(double* dst, int32_t dstStride, const double* src, int32_t srcStride,
+                   int32_t count, int32_t logSize) {
+  const double* m = basis().line[logSize].data();
+  for (int32_t i = 0; i < (1 << logSize); ++i) {
+    double sum = 0;
+    for (int32_t k = 0; k < count; ++k) sum += src[k * srcStride] * m[i * 32 + k];
+    dst[i * dstStride] = sum;
+  }
+}
+
+void mqInverseBlock(int32_t* dst, int32_t* src, const uint32_t* q, int32_t blockSize, int32_t sx,
+                    int32_t sy, double* /*work*/) {
+  if (blockSize < 3 || blockSize > 5 || sx < 0 || sy < 0 || sx > 3 || sy > 3 ||
+      blockSize + sx > 8 || blockSize + sy > 8) {
+    std::abort();
+  }
+  const int32_t n = 1 << blockSize, w = n << sx, h = n << sy;
+  thread_local std::vector<double> rows(32 * 256), column(256);
+  // Rows first, skipping rows whose coefficients are all 0; they stay out of the column sums.
+  int32_t live[32];
+  int32_t liveCount = 0;
+  double coefficients[32];
+  for (int32_t v = 0; v < n; ++v) {
+    bool any = false;
+    for (int32_t u = 0; u < n; ++u) {
+      int32_t c = src[v * w + u];
+      coefficients[u] = q ? std::ldexp(static_cast<double>(c), static_cast<int>(q[v] + q[u])) : c;
+      any |= c != 0;
+    }
+    if (!any) continue;
+    mqInverseLine(rows.data() + v * w, 1, coefficients, 1, n, blockSize + sx);
+    live[liveCount++] = v;
+  }
+  const double* m = basis().line[blockSize + sy].data();
+  const double scale = q ? 1.0 / 16384 : 1.0;
+  for (int32_t j = 0; j < h; ++j) {
+    std::fill(column.begin(), column.begin() + w, 0.0);
+    for (int32_t l = 0; l < liveCount; ++l) {
+      int32_t v = live[l];
+      double weight = m[j * 32 + v];
+      const double* row = rows.data() + v * w;
+      for (int32_t i = 0; i < w; ++i) column[i] += row[i] * weight;
+    }
+    for (int32_t i = 0; i < w; ++i) dst[j * w + i] = toInt32(std::floor(std::nearbyint(column[i]) * scale));
+  }
+}
+
+void mqForwardBlock(int32_t* dst, const float* src, int32_t pitch, const uint32_t* q,
+                    int32_t blockSize) {
+  const int32_t n = 1 << blockSize;
+  const double* m = basis().line[blockSize].data();
+  double rows[32 * 32];
+  for (int32_t y = 0; y < n; ++y) {
+    for (int32_t u = 0; u < n; ++u) {
+      double sum = 0;
+      for (int32_t x = 0; x < n; ++x) sum += src[y * pitch + x] * m[x * 32 + u];
+      rows[y * n + u] = u == 0 ? sum / 2 : sum;
+    }
+  }
+  const double blockScale = std::ldexp(1.0, 2 - 2 * blockSize);
+  for (int32_t v = 0; v < n; ++v) {
+    for (int32_t u = 0; u < n; ++u) {
+      double sum = 0;
+      for (int32_t y = 0; y < n; ++y) sum += rows[y * n + u] * m[y * 32 + v];
+      if (v == 0) sum /= 2;
+      int shift = 14 - static_cast<int>(q[u] + q[v]);
+      dst[v * n + u] = toInt32(std::nearbyint(std::ldexp(sum * blockScale, shift)));
+    }
+  }
+}
+
+void mqLoadMacroblock(float* red, float* green, float* blue, const uint8_t* pixels, int32_t pitch,
+                      int32_t width, int32_t height, int32_t x, int32_t y, int32_t side) {
+  int32_t columns = std::min(side, width - x), rows = std::min(side, height - y);
+  float* planes[3] = {blue, green, red};
+  for (int32_t r = 0; r < rows; ++r) {
+    const uint8_t* line = pixels + static_cast<size_t>(y + r) * pitch + static_cast<size_t>(x) * 3;
+    for (int p = 0; p < 3; ++p) {
+      float* out = planes[p] + r * side;
+      float sum = 0;
+      for (int32_t cIndex = 0; cIndex < columns; ++cIndex) sum += out[cIndex] = line[cIndex * 3 + p];
+      std::fill(out + columns, out + side, sum / columns);
+    }
+  }
+  for (int p = 0; p < 3; ++p) {
+    for (int32_t cIndex = 0; cIndex < side; ++cIndex) {
+      float sum = 0;
+      for (int32_t r = 0; r < rows; ++r) sum += planes[p][r * side + cIndex];
+      for (int32_t r = rows; r < side; ++r) planes[p][r * side + cIndex] = sum / rows;
+    }
+  }
+}
+
+void mqRGBToYCC(float* first, float* second, float* third, uint32_t count) {
+  for (uint32_t i = 0; i < count; ++i) {
+    float r = first[i], g = second[i], b = third[i];
+    first[i] = 0.299f * r + 0.587f * g + 0.114f * b;
+    second[i] = -0.1687f * r - 0.3313f * g + 0.5f * b;
+    third[i] = 0.5f * r - 0.4187f * g - 0.0813f * b;
+  }
+}
+
+namespace {
+
+// Where each chroma block of a macroblock stands: its extra doublings and count per plane.
+struct ChromaLayout {
+  int32_t blocks;
+  int32_t doubleX, doubleY;
+};
+
+bool chromaLayout(uint32_t format, ChromaLayout* layout) {
+  switch (format) {
+    case kChroma444: *layout = {4, 0, 0}; return true;
+    case kChroma422: *layout = {2, 0, 1}; return true;
+    case kChroma420: *layout = {1, 1, 1}; return true;
+    default: return false;
+  }
+}
+
+// Offsets of blocks inside a plane held column by column: the left column's two blocks, then the
+// right column's. `side` is a block's output side.
+int32_t heldOffset(int32_t block, int32_t side) {
+  static const int32_t order[4] = {0, 2, 1, 3};
+  return order[block] * side * side;
+}
+
+}  // namespace
+
+uint32_t mqDecompressImage(const ImageHeader* header, uint8_t* dst, int32_t bits, int32_t pitch,
+                           const void* data, int32_t scale, bool grey, uint32_t tableLimit,
+                           void* tableMemory, size_t dataSize) {
+  ChromaLayout chroma;
+  if (header->version != kImageVersion || header->coder != kImageCoder || scale < 0 ||
+      scale > 3 || (bits != 8 && bits != 24) || header->blockSize < 3 || header->blockSize > 5 ||
+      !chromaLayout(header->chromaFormat, &chroma)) {
+    return kDecompressUnsupported;
+  }
+  if (header->width == 0 || header->height == 0) return kDecompressEmpty;
+  if (scale > 2 && header->chromaFormat != kChroma444) return kDecompressUnsupported;
+
+  const int32_t b = static_cast<int32_t>(header->blockSize);
+  const int32_t n = 1 << b, side = n << scale, macro = 2 * side;
+  const int64_t outW = int64_t{header->width} << scale, outH = int64_t{header->height} << scale;
+  const int32_t sxChroma = scale + chroma.doubleX, syChroma = scale + chroma.doubleY;
+  const int32_t chromaW = n << sxChroma;
+  uint32_t q[32];
+  mqMakeQuantTable(q, b, header->curveA, header->curveB, header->curveC);
+  const uint16_t* scan = mqScanOrder(n);
+  std::vector<int32_t> scatterLuma(n * n), scatterChroma(n * n);
+  for (int32_t p = 0; p < n * n; ++p) {
+    int32_t v = scan[p] / n, u = scan[p] % n;
+    scatterLuma[p] = v * side + u;
+    scatterChroma[p] = v * chromaW + u;
+  }
+
+  MQDecoderState state;
+  MQDecoder* decoder = mqOpenDecoder(&state, sizeof(state), data, kMQUnit32 | kMQSigned,
+                                     tableLimit, tableMemory, dataSize);
+  if (decoder == nullptr) return kDecompressUnsupported;
+
+  const size_t planeSize = static_cast<size_t>(macro) * macro;
+  std::vector<int32_t> planes(planeSize * 4), symbols(n * n);
+  int32_t* luma = planes.data();
+  int32_t* cbPlane = luma + planeSize;
+  int32_t* crPlane = cbPlane + planeSize;
+  int32_t* raster = crPlane + planeSize;
+  std::vector<uint8_t> converted(planeSize * 3);
+  const bool rasterHeld = header->chromaFormat == kChroma420;
+  const int32_t chromaBlockSize = chromaW * (n << syChroma);
+  const int32_t bytesPerPixel = bits / 8;
+
+  auto decodeBlock = [&](int32_t* out, const std::vector<int32_t>& scatter, int32_t rowLength,
+                         int32_t sx, int32_t sy, bool transform) {
+    mqDecode(decoder, &state, symbols.data(), static_cast<uint32_t>(n * n));
+    for (int32_t p = 0; p < n * n; ++p) out[scatter[p]] = symbols[p];
+    if (transform) mqInverseBlock(out, out, q, b, sx, sy, nullptr);
+  };
+
+  for (int64_t top = 0; top < outH; top += macro) {
+    for (int64_t left = 0; left < outW; left += macro) {
+      for (int32_t block = 0; block < 4; ++block) {
+        decodeBlock(luma + heldOffset(block, side), scatterLuma, side, scale, scale, true);
+      }
+      for (int32_t* plane : {cbPlane, crPlane}) {
+        for (int32_t block = 0; block < chroma.blocks; ++block) {
+          int32_t offset = chroma.blocks == 4 ? heldOffset(block, side) : block * chromaBlockSize;
+          decodeBlock(plane + offset, scatterChroma, chromaW, sxChroma, syChroma, !grey);
+        }
+      }
+      // The macroblock's samples as columns of `columnWidth`, one after the other.
+      const int32_t* yPlane = luma;
+      int32_t columnWidth = side;
+      if (rasterHeld) {
+        for (int32_t r = 0; r < macro; ++r) {
+          for (int32_t column = 0; column < 2; ++column) {
+            std::memcpy(raster + r * macro + column * side,
+                        luma + column * 2 * side * side + r * side, side * sizeof(int32_t));
+          }
+        }
+        yPlane = raster;
+        columnWidth = macro;
+      }
+      if (grey) {
+        for (size_t i = 0; i < planeSize; ++i) {
+          uint8_t v = static_cast<uint8_t>(std::clamp(yPlane[i], 0, 255));
+          std::memset(&converted[i * bytesPerPixel], v, bytesPerPixel);
+        }
+      } else if (bits == 8) {
+        mqYCCToIndexed(converted.data(), yPlane, cbPlane, crPlane, static_cast<uint32_t>(planeSize));
+      } else {
+        mqYCCToRGB(converted.data(), yPlane, cbPlane, crPlane, static_cast<uint32_t>(planeSize));
+      }
+      int32_t rows = static_cast<int32_t>(std::min<int64_t>(macro, outH - top));
+      for (int32_t column = 0; column * columnWidth < macro; ++column) {
+        int64_t x = left + column * columnWidth;
+        if (x >= outW) break;
+        int32_t copyWidth = static_cast<int32_t>(std::min<int64_t>(columnWidth, outW - x));
+        const uint8_t* from = converted.data() + static_cast<size_t>(column) * columnWidth * macro * bytesPerPixel;
+        for (int32_t r = 0; r < rows; ++r) {
+          std::memcpy(dst + (top + r) * pitch + x * bytesPerPixel,
+                      from + static_cast<size_t>(r) * columnWidth * bytesPerPixel,
+                      static_cast<size_t>(copyWidth) * bytesPerPixel);
+        }
+      }
+    }
+  }
+  mqCloseDecoder(decoder);
+  return kDecompressDone;
+}
+
+uint8_t* mqCompressImage(const ImageHeader* header, const uint8_t* pixels, int32_t pitch,
+                         uint32_t* byteCount, uint32_t shortRun, uint32_t phraseLimit,
+                         uint32_t threshold) {
+  ChromaLayout chroma;
+  if (header->blockSize < 3 || header->blockSize > 5 || header->width == 0 ||
+      header->height == 0 || !chromaLayout(header->chromaFormat, &chroma)) {
+    return nullptr;
+  }
+  const int32_t b = static_cast<int32_t>(header->blockSize);
+  const int32_t n = 1 << b, macro = 2 * n;
+  const int32_t width = static_cast<int32_t>(header->width), height = static_cast<int32_t>(header->height);
+  uint32_t q[32];
+  mqMakeQuantTable(q, b, header->curveA, header->curveB, header->curveC);
+  const uint16_t* scan = mqScanOrder(n);
+  std::vector<float> planes(macro * macro * 3), reduced(macro * macro);
+  // Loaded as red, green, blue; the conversion turns them into Y, Cb, Cr in place.
+  float* planeY = planes.data();
+  float* planeCb = planeY + macro * macro;
+  float* planeCr = planeCb + macro * macro;
+  std::vector<int32_t> coefficients;
+  const int32_t macroColumns = (width + macro - 1) / macro, macroRows = (height + macro - 1) / macro;
+  coefficients.reserve(static_cast<size_t>(macroColumns) * macroRows * (4 + 2 * chroma.blocks) * n * n);
+  int32_t block[32 * 32];
+
+  auto emit = [&](const float* src, int32_t rowLength) {
+    mqForwardBlock(block, src, rowLength, q, b);
+    for (int32_t p = 0; p < n * n; ++p) {
+      int32_t c = block[scan[p]];
+      coefficients.push_back(p > 0 && std::abs(c) <= static_cast<int32_t>(threshold) ? 0 : c);
+    }
+  };
+  for (int32_t my = 0; my < macroRows; ++my) {
+    for (int32_t mx = 0; mx < macroColumns; ++mx) {
+      mqLoadMacroblock(planeY, planeCb, planeCr, pixels, pitch, width, height, mx * macro,
+                       my * macro, macro);
+      mqRGBToYCC(planeY, planeCb, planeCr, static_cast<uint32_t>(macro * macro));
+      for (int32_t i = 0; i < 4; ++i) emit(planeY + (i / 2) * n * macro + (i % 2) * n, macro);
+      for (const float* plane : {static_cast<const float*>(planeCb), static_cast<const float*>(planeCr)}) {
+        // Halve the plane as the format asks; the result has rows of `macro >> doubleX`.
+        int32_t rowLength = macro >> chroma.doubleX, rows = macro >> chroma.doubleY;
+        for (int32_t r = 0; r < rows; ++r) {
+          for (int32_t c = 0; c < rowLength; ++c) {
+            float sum = 0;
+            for (int32_t dy = 0; dy <= chroma.doubleY; ++dy) {
+              for (int32_t dx = 0; dx <= chroma.doubleX; ++dx) {
+                sum += plane[((r << chroma.doubleY) + dy) * macro + (c << chroma.doubleX) + dx];
+              }
+            }
+            reduced[r * rowLength + c] = sum / ((1 + chroma.doubleX) * (1 + chroma.doubleY));
+          }
+        }
+        for (int32_t i = 0; i < chroma.blocks; ++i) {
+          emit(reduced.data() + (i / 2) * n * rowLength + (i % 2) * n, rowLength);
+        }
+      }
+    }
+  }
+  std::vector<uint8_t> stream = mqEncodeSymbols(coefficients.data(), static_cast<uint32_t>(coefficients.size()),
+                                                kMQUnit32 | kMQSigned, shortRun, phraseLimit);
+  auto* out = static_cast<uint8_t*>(std::malloc(stream.size()));
+  std::memcpy(out, stream.data(), stream.size());
+  *byteCount = static_cast<uint32_t>(stream.size());
+  return out;
+}
+
+void mqFreeImage(uint8_t* data) { std::free(data); }

@@ -1,0 +1,563 @@
+// Phrase dictionary and arithmetic coder: the encoder's analysis and writer, and the decoder.
+#include "graphics/core/phrase_coder.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstring>
+#include <map>
+#include <memory>
+
+namespace {
+
+// Frequencies are scaled so that their total stays far below the smallest range (2^31).
+constexpr uint64_t kMaxTotal = 1u << 20;
+// Longest repeat of one phrase: four bytes of count.
+constexpr uint32_t kMaxRepeat = 1u << 30;
+
+int32_t readSymbol(const void* symbols, uint32_t index, uint32_t mode) {
+  bool isSigned = (mode & kMQSigned) != 0;
+  switch (mode & 0x7f) {
+    case kMQUnit8: {
+      uint8_t v = static_cast<const uint8_t*>(symbols)[index];
+      return isSigned ? static_cast<int8_t>(v) : v;
+    }
+    case kMQUnit16: {
+      uint16_t v = static_cast<const uint16_t*>(symbols)[index];
+      return isSigned ? static_cast<int16_t>(v) : v;
+    }
+    default:
+      return static_cast<const int32_t*>(symbols)[index];
+  }
+}
+
+struct PhraseKey {
+  std::vector<int32_t> values;
+  uint32_t repeat;
+  bool operator<(const PhraseKey& other) const {
+    return repeat != other.repeat ? repeat < other.repeat : values < other.values;
+  }
+};
+
+// Builds phrases and the parse, interning each phrase once.
+class PhraseBuilder {
+ public:
+  explicit PhraseBuilder(MQPhraseTable* table) : table_(table) {}
+
+  void add(std::vector<int32_t> values, uint32_t repeat) {
+    PhraseKey key{std::move(values), repeat};
+    auto found = index_.find(key);
+    uint32_t id;
+    if (found == index_.end()) {
+      id = static_cast<uint32_t>(table_->phrases.size());
+      table_->phrases.push_back({key.values, repeat, 0});
+      index_.emplace(std::move(key), id);
+    } else {
+      id = found->second;
+    }
+    ++table_->phrases[id].frequency;
+    table_->parse.push_back(id);
+  }
+
+  // A run of `length` copies of `value` as phrases repeated powers of two of times.
+  void addRun(int32_t value, uint64_t length) {
+    while (length > 0) {
+      uint32_t chunk = std::bit_floor(static_cast<uint32_t>(std::min<uint64_t>(length, kMaxRepeat)));
+      add({value}, chunk);
+      length -= chunk;
+    }
+  }
+
+  // The same symbols as `phrase`, in phrases of single values.
+  void addSplit(const MQPhrase& phrase) {
+    for (uint32_t r = 0; r < phrase.repeat; ++r) {
+      size_t at = 0;
+      while (at < phrase.values.size()) {
+        size_t end = at;
+        while (end < phrase.values.size() && phrase.values[end] == phrase.values[at]) ++end;
+        addRun(phrase.values[at], end - at);
+        at = end;
+      }
+    }
+  }
+
+ private:
+  MQPhraseTable* table_;
+  std::map<PhraseKey, uint32_t> index_;
+};
+
+bool isComposite(const MQPhrase& phrase) { return phrase.values.size() > 1; }
+
+// Replaces every phrase for which `split` holds by single-value phrases.
+void splitPhrases(MQPhraseTable* table, const std::vector<bool>& split) {
+  MQPhraseTable rebuilt;
+  rebuilt.mode = table->mode;
+  PhraseBuilder builder(&rebuilt);
+  for (uint32_t id : table->parse) {
+    const MQPhrase& phrase = table->phrases[id];
+    if (split[id]) {
+      builder.addSplit(phrase);
+    } else {
+      builder.add(phrase.values, phrase.repeat);
+    }
+  }
+  *table = std::move(rebuilt);
+}
+
+uint32_t valueWidth(const MQPhraseTable& table) {
+  bool isSigned = (table.mode & kMQSigned) != 0;
+  uint32_t width = 1;
+  for (const MQPhrase& phrase : table.phrases) {
+    for (int32_t v : phrase.values) {
+      uint32_t need = isSigned ? 33 - std::countl_zero(static_cast<uint32_t>(v < 0 ? ~v : v))
+                               : 32 - std::countl_zero(static_cast<uint32_t>(v));
+      width = std::max(width, need);
+    }
+  }
+  return std::min(width, 32u);
+}
+
+uint32_t repeatBytes(uint32_t repeat) {
+  uint32_t bytes = 1;
+  while (bytes < 4 && (repeat >> (8 * bytes)) != 0) ++bytes;
+  return bytes;
+}
+
+uint64_t dictionaryBits(const MQPhrase& phrase, uint32_t width) {
+  return phrase.values.size() * (width + 1) + 9 * repeatBytes(phrase.repeat) + 8;
+}
+
+}  // namespace
+
+MQPhraseTable* mqAnalyzePhrases(const void* symbols, uint32_t count, uint32_t mode,
+                                uint32_t shortRun) {
+  auto table = std::make_unique<MQPhraseTable>();
+  table->mode = mode;
+  PhraseBuilder builder(table.get());
+  uint32_t at = 0;
+  while (at < count) {
+    int32_t value = readSymbol(symbols, at, mode);
+    uint32_t end = at + 1;
+    while (end < count && readSymbol(symbols, end, mode) == value) ++end;
+    uint32_t length = end - at;
+    if (length <= shortRun && end < count) {
+      std::vector<int32_t> values(length, value);
+      values.push_back(readSymbol(symbols, end, mode));
+      builder.add(std::move(values), 1);
+      at = end + 1;
+    } else {
+      builder.addRun(value, length);
+      at = end;
+    }
+  }
+  return table.release();
+}
+
+uint64_t mqOptimizePhrases(MQPhraseTable* table) {
+  uint64_t steps = std::max<size_t>(table->parse.size(), 1);
+  uint32_t width = valueWidth(*table);
+  auto codeBits = [&](uint64_t frequency) {
+    return frequency == 0 ? 0.0 : std::log2(static_cast<double>(steps) / frequency);
+  };
+  // A composite phrase pays its dictionary entry once; split, each occurrence costs the codes of
+  // its parts, which are at least as long as the rarest single-value phrase of its first value.
+  std::map<int32_t, uint64_t> singleFrequency;
+  for (const MQPhrase& phrase : table->phrases) {
+    if (!isComposite(phrase)) singleFrequency[phrase.values[0]] += phrase.frequency;
+  }
+  std::vector<bool> split(table->phrases.size(), false);
+  bool any = false;
+  for (size_t i = 0; i < table->phrases.size(); ++i) {
+    const MQPhrase& phrase = table->phrases[i];
+    if (!isComposite(phrase)) continue;
+    double partBits = 0;
+    for (int32_t v : phrase.values) partBits += codeBits(std::max<uint64_t>(singleFrequency[v], 1));
+    double keptBits = static_cast<double>(dictionaryBits(phrase, width)) +
+                      phrase.frequency * codeBits(phrase.frequency);
+    double splitBits = phrase.frequency * partBits;
+    if (splitBits < keptBits) split[i] = any = true;
+  }
+  if (any) splitPhrases(table, split);
+  width = valueWidth(*table);
+  steps = std::max<size_t>(table->parse.size(), 1);
+  double bits = 64;
+  for (const MQPhrase& phrase : table->phrases) {
+    bits += static_cast<double>(dictionaryBits(phrase, width)) +
+            phrase.frequency * codeBits(phrase.frequency);
+  }
+  return static_cast<uint64_t>(bits);
+}
+
+void mqLimitPhrases(MQPhraseTable* table, uint32_t limit) {
+  if (table->phrases.size() <= limit) return;
+  std::vector<uint32_t> composites;
+  for (uint32_t i = 0; i < table->phrases.size(); ++i) {
+    if (isComposite(table->phrases[i])) composites.push_back(i);
+  }
+  std::sort(composites.begin(), composites.end(), [&](uint32_t a, uint32_t b) {
+    return table->phrases[a].frequency < table->phrases[b].frequency;
+  });
+  std::vector<bool> split(table->phrases.size(), false);
+  size_t excess = table->phrases.size() - limit;
+  for (size_t i = 0; i < composites.size() && i < excess; ++i) split[composites[i]] = true;
+  splitPhrases(table, split);
+}
+
+void mqFreePhraseTable(MQPhraseTable* table) { delete table; }
+
+void mqInitEncoder(MQEncoder* encoder, std::vector<uint8_t>* out) {
+  *encoder = {out, 0, 0, 0, 0xffffffffu};
+}
+
+void mqPutBits(MQEncoder* encoder, uint32_t value, uint32_t count) {
+  if (count == 0) return;
+  uint64_t mask = (uint64_t{1} << count) - 1;
+  encoder->bits = (encoder->bits << count) | (value & mask);
+  encoder->bitCount += count;
+  while (encoder->bitCount >= 8) {
+    encoder->bitCount -= 8;
+    encoder->out->push_back(static_cast<uint8_t>(encoder->bits >> encoder->bitCount));
+  }
+  encoder->bits &= (uint64_t{1} << encoder->bitCount) - 1;
+}
+
+namespace {
+
+// Adds one at the last written bit: the pending bits first, then the bytes, walking back over
+// 0xFF bytes.
+void propagateCarry(MQEncoder* encoder) {
+  encoder->bits += 1;
+  if (encoder->bits >> encoder->bitCount == 0) return;
+  encoder->bits &= (uint64_t{1} << encoder->bitCount) - 1;
+  std::vector<uint8_t>& out = *encoder->out;
+  size_t at = out.size();
+  while (at > 0 && out[at - 1] == 0xFF) out[--at] = 0;
+  if (at > 0) ++out[at - 1];
+}
+
+}  // namespace
+
+void mqPutSymbol(MQEncoder* encoder, uint32_t start, uint32_t frequency, uint32_t total) {
+  uint64_t range = encoder->range;
+  encoder->low += (range * start + total - 1) / total;
+  encoder->range = range * frequency / total;
+  if (encoder->low >> 32) {
+    propagateCarry(encoder);
+    encoder->low &= 0xffffffffu;
+  }
+  int shift = std::countl_zero(static_cast<uint32_t>(encoder->range));
+  if (shift == 0) return;
+  mqPutBits(encoder, static_cast<uint32_t>(encoder->low >> (32 - shift)), shift);
+  encoder->low = (encoder->low << shift) & 0xffffffffu;
+  encoder->range <<= shift;
+}
+
+void mqFlushEncoder(MQEncoder* encoder) {
+  mqPutBits(encoder, static_cast<uint32_t>(encoder->low), 32);
+  if (encoder->bitCount > 0) mqPutBits(encoder, 0, 8 - encoder->bitCount);
+  while (encoder->out->size() % 4 != 0) encoder->out->push_back(0);
+}
+
+namespace {
+
+void putWord(std::vector<uint8_t>& out, uint32_t value) {
+  for (int i = 0; i < 4; ++i) out.push_back(static_cast<uint8_t>(value >> (8 * i)));
+}
+
+}  // namespace
+
+std::vector<uint8_t> mqEncodeStream(MQPhraseTable* table) {
+  // Scale the counts to the coder's total, keeping every phrase at least 1, then order the
+  // phrases by falling frequency.
+  uint64_t total = 0;
+  for (const MQPhrase& phrase : table->phrases) total += phrase.frequency;
+  if (total > kMaxTotal) {
+    for (MQPhrase& phrase : table->phrases) {
+      phrase.frequency = static_cast<uint32_t>(std::max<uint64_t>(1, phrase.frequency * kMaxTotal / total));
+    }
+  }
+  std::vector<uint32_t> order(table->phrases.size());
+  for (uint32_t i = 0; i < order.size(); ++i) order[i] = i;
+  std::stable_sort(order.begin(), order.end(), [&](uint32_t a, uint32_t b) {
+    return table->phrases[a].frequency > table->phrases[b].frequency;
+  });
+  std::vector<uint32_t> rank(order.size()), start(order.size());
+  total = 0;
+  for (uint32_t r = 0; r < order.size(); ++r) {
+    rank[order[r]] = r;
+    start[r] = static_cast<uint32_t>(total);
+    total += table->phrases[order[r]].frequency;
+  }
+
+  std::vector<uint8_t> out;
+  bool isSigned = (table->mode & kMQSigned) != 0;
+  uint32_t width = valueWidth(*table);
+  putWord(out, static_cast<uint32_t>(order.size()));
+  putWord(out, width | (isSigned ? 0x80000000u : 0u));
+  MQEncoder encoder;
+  mqInitEncoder(&encoder, &out);
+  for (uint32_t id : order) {
+    const MQPhrase& phrase = table->phrases[id];
+    for (size_t i = 0; i < phrase.values.size(); ++i) {
+      mqPutBits(&encoder, static_cast<uint32_t>(phrase.values[i]), width);
+      mqPutBits(&encoder, i + 1 == phrase.values.size() ? 1 : 0, 1);
+    }
+    uint32_t bytes = repeatBytes(phrase.repeat);
+    for (uint32_t b = bytes; b-- > 0;) {
+      mqPutBits(&encoder, (phrase.repeat >> (8 * b)) & 0xff, 8);
+      mqPutBits(&encoder, b == 0 ? 1 : 0, 1);
+    }
+  }
+  uint32_t previousBits = 32;
+  for (uint32_t id : order) {
+    uint32_t frequency = table->phrases[id].frequency;
+    mqPutBits(&encoder, frequency, previousBits);
+    if (frequency == 1) break;
+    previousBits = 32 - std::countl_zero(frequency);
+  }
+  for (uint32_t id : table->parse) {
+    uint32_t r = rank[id];
+    mqPutSymbol(&encoder, start[r], table->phrases[id].frequency, static_cast<uint32_t>(total));
+  }
+  mqFlushEncoder(&encoder);
+  return out;
+}
+
+std::vector<uint8_t> mqEncodeSymbols(const void* symbols, uint32_t count, uint32_t mode,
+                                     uint32_t shortRun, uint32_t phraseLimit) {
+  std::unique_ptr<MQPhraseTable, void (*)(MQPhraseTable*)> table(
+      mqAnalyzePhrases(symbols, count, mode, shortRun), mqFreePhraseTable);
+  mqOptimizePhrases(table.get());
+  mqLimitPhrases(table.get(), phraseLimit);
+  return mqEncodeStream(table.get());
+}
+
+// ---- Decoder ---------------------------------------------------------------------------------
+
+struct MQDecoder {
+  const uint8_t* data;
+  size_t dataSize;
+  size_t next;  // byte offset of the next word to load
+  uint64_t reg;  // bits left-aligned
+  uint32_t avail;
+  uint32_t mode;
+  uint32_t total;
+  std::vector<int32_t> values;  // the values of all phrases, one after the other
+  std::vector<uint32_t> first;  // first value of each phrase, and the end behind the last
+  std::vector<uint32_t> repeat, start, frequency;
+  uint32_t lookupBase;
+  std::vector<uint32_t> searchEnds;  // c + f of the phrases found by search
+  std::vector<uint32_t> direct;  // phrase of each cumulative value from lookupBase on
+
+  uint32_t loadWord() {
+    uint32_t word = 0;
+    for (int i = 0; i < 4; ++i, ++next) {
+      word = (word << 8) | (next < dataSize ? data[next] : 0);
+    }
+    return word;
+  }
+  uint32_t bits(uint32_t count) {
+    if (count == 0) return 0;
+    if (avail < count) {
+      reg |= static_cast<uint64_t>(loadWord()) << (32 - avail);
+      avail += 32;
+    }
+    uint32_t v = static_cast<uint32_t>(reg >> (64 - count));
+    reg <<= count;
+    avail -= count;
+    return v;
+  }
+  bool exhausted() const { return next >= dataSize + 8 && avail == 0; }
+};
+
+MQDecoder* mqOpenDecoder(void* statePointer, uint32_t size, const void* data, uint32_t mode,
+                         uint32_t tableLimit, void* /*tableMemory*/, size_t dataSize) {
+  uint32_t unit = mode & 0x7f;
+  if (size != sizeof(MQDecoderState) || unit < kMQUnit8 || unit > kMQUnit32) return nullptr;
+  auto d = std::make_unique<MQDecoder>();
+  d->data = static_cast<const uint8_t*>(data);
+  d->dataSize = dataSize;
+  d->next = 0;
+  d->reg = static_cast<uint64_t>(d->loadWord()) << 32;
+  d->reg |= d->loadWord();
+  d->avail = 64;
+  uint32_t phraseCount = d->bits(32);
+  phraseCount = __builtin_bswap32(phraseCount);
+  uint32_t widthWord = __builtin_bswap32(d->bits(32));
+  bool isSigned = (widthWord & 0x80000000u) != 0;
+  uint32_t width = widthWord & 0x7fffffffu;
+  d->mode = mode | (isSigned ? uint32_t{kMQSigned} : 0u);
+  // A phrase takes at least one value bit, its flag and nine bits of count.
+  if (phraseCount == 0 || width == 0 || width > 32 || phraseCount > dataSize * 8 / 11 + 1) {
+    return nullptr;
+  }
+  d->first.reserve(phraseCount + 1);
+  for (uint32_t p = 0; p < phraseCount; ++p) {
+    d->first.push_back(static_cast<uint32_t>(d->values.size()));
+    for (;;) {
+      uint32_t raw = d->bits(width);
+      int32_t v = static_cast<int32_t>(raw);
+      if (isSigned && width < 32 && (raw >> (width - 1))) v = static_cast<int32_t>(raw | (~0u << width));
+      d->values.push_back(v);
+      if (d->bits(1)) break;
+      if (d->exhausted()) return nullptr;
+    }
+    uint32_t count = 0;
+    for (int group = 0; group < 4; ++group) {
+      count = (count << 8) | d->bits(8);
+      if (d->bits(1)) break;
+    }
+    if (count == 0 || d->exhausted()) return nullptr;
+    d->repeat.push_back(count);
+  }
+  d->first.push_back(static_cast<uint32_t>(d->values.size()));
+  uint64_t total = 0;
+  uint32_t previousBits = 32;
+  bool ones = false;
+  for (uint32_t p = 0; p < phraseCount; ++p) {
+    uint32_t f = ones ? 1 : d->bits(previousBits);
+    if (f == 1) ones = true;
+    previousBits = 32 - std::countl_zero(f);
+    d->start.push_back(static_cast<uint32_t>(total));
+    d->frequency.push_back(f);
+    total += f;
+    if (total > 0x80000000u) return nullptr;
+  }
+  if (total == 0) return nullptr;
+  d->total = static_cast<uint32_t>(total);
+
+  // Frequent phrases by a short search, the rest by one load from a table of bounded size.
+  uint32_t limit = std::min<uint32_t>(tableLimit, 1u << 22);
+  uint32_t split = 0;
+  if (limit >= d->total) {
+    d->lookupBase = 0;
+  } else {
+    while (d->total - d->start[split] - d->frequency[split] > limit) ++split;
+    d->lookupBase = d->start[split] + d->frequency[split];
+    for (uint32_t p = 0; p <= split; ++p) d->searchEnds.push_back(d->start[p] + d->frequency[p]);
+    ++split;
+  }
+  d->direct.resize(d->total - d->lookupBase);
+  for (uint32_t p = split; p < phraseCount; ++p) {
+    for (uint32_t v = 0; v < d->frequency[p]; ++v) d->direct[d->start[p] + v - d->lookupBase] = p;
+  }
+
+  auto* state = static_cast<MQDecoderState*>(statePointer);
+  *state = {};
+  state->size = sizeof(MQDecoderState);
+  state->range = 0xffffffffu;
+  state->pending = -1;
+  state->code = d->bits(32);
+  return d.release();
+}
+
+namespace {
+
+template <typename T>
+uint32_t writePhrase(const MQDecoder& d, MQDecoderState* s, T* dst, uint32_t room) {
+  uint32_t p = static_cast<uint32_t>(s->pending);
+  const int32_t* values = d.values.data() + d.first[p];
+  uint32_t length = d.first[p + 1] - d.first[p];
+  uint32_t written = 0;
+  if (length == 1) {
+    written = std::min(s->repeatsLeft, room);
+    std::fill(dst, dst + written, static_cast<T>(values[0]));
+    s->repeatsLeft -= written;
+  } else {
+    while (s->repeatsLeft > 0 && written < room) {
+      uint32_t n = std::min(length - s->position, room - written);
+      for (uint32_t i = 0; i < n; ++i) dst[written + i] = static_cast<T>(values[s->position + i]);
+      written += n;
+      s->position += n;
+      if (s->position == length) {
+        s->position = 0;
+        --s->repeatsLeft;
+      }
+    }
+  }
+  if (s->repeatsLeft == 0) s->pending = -1;
+  return written;
+}
+
+// floor(a * b / c) for 32-bit operands, c not 0.
+uint64_t quotientInteger(uint64_t a, uint64_t b, uint64_t c) { return a * b / c; }
+
+// The same through the floating-point unit, corrected to the exact floor.
+uint64_t quotientFloating(uint64_t a, uint64_t b, uint64_t c) {
+  uint64_t product = a * b;
+  auto q = static_cast<uint64_t>(static_cast<long double>(product) / static_cast<long double>(c));
+  while (q > 0 && q * c > product) --q;
+  while ((q + 1) * c <= product) ++q;
+  return q;
+}
+
+template <typename T, uint64_t (*Quotient)(uint64_t, uint64_t, uint64_t)>
+uint32_t decodeSymbols(MQDecoder* d, MQDecoderState* s, T* dst, uint32_t count) {
+  uint32_t out = 0;
+  if (s->pending >= 0) out += writePhrase(*d, s, dst, count);
+  const uint32_t total = d->total;
+  const uint32_t searchCount = static_cast<uint32_t>(d->searchEnds.size());
+  while (out < count) {
+    uint64_t range = s->range;
+    uint64_t value = std::min<uint64_t>(Quotient(s->code, total, range), total - 1);
+    uint32_t p;
+    if (value >= d->lookupBase) {
+      p = d->direct[value - d->lookupBase];
+    } else {
+      p = 0;
+      while (p + 1 < searchCount && value >= d->searchEnds[p]) ++p;
+    }
+    uint64_t start = d->start[p];
+    uint32_t newRange = static_cast<uint32_t>(Quotient(range, d->frequency[p], total));
+    uint32_t low = static_cast<uint32_t>((range * start + total - 1) / total);
+    uint32_t code = s->code - low;
+    int shift = std::countl_zero(newRange);
+    if (shift > 0) {
+      newRange <<= shift;
+      code = (code << shift) | d->bits(shift);
+    }
+    s->range = newRange;
+    s->code = code;
+    s->pending = static_cast<int32_t>(p);
+    s->repeatsLeft = d->repeat[p];
+    s->position = 0;
+    out += writePhrase(*d, s, dst + out, count - out);
+  }
+  return count;
+}
+
+template <uint64_t (*Quotient)(uint64_t, uint64_t, uint64_t)>
+uint32_t decodeByUnit(MQDecoder* d, void* state, void* dst, uint32_t count) {
+  auto* s = static_cast<MQDecoderState*>(state);
+  switch (d->mode & 0x7f) {
+    case kMQUnit8:
+      return decodeSymbols<uint8_t, Quotient>(d, s, static_cast<uint8_t*>(dst), count);
+    case kMQUnit16:
+      return decodeSymbols<uint16_t, Quotient>(d, s, static_cast<uint16_t*>(dst), count);
+    default:
+      return decodeSymbols<uint32_t, Quotient>(d, s, static_cast<uint32_t*>(dst), count);
+  }
+}
+
+}  // namespace
+
+uint32_t mqDecode(MQDecoder* decoder, void* state, void* dst, uint32_t count) {
+  return decodeByUnit<quotientFloating>(decoder, state, dst, count);
+}
+
+uint32_t mqDecodeInteger(MQDecoder* decoder, void* state, void* dst, uint32_t count) {
+  return decodeByUnit<quotientInteger>(decoder, state, dst, count);
+}
+
+void mqCloseDecoder(MQDecoder* decoder) { delete decoder; }
+
+MOLAQDecoder::MOLAQDecoder(const void* data, size_t dataSize, uint32_t tableLimit)
+    : decoder_(mqOpenDecoder(&state_, sizeof(state_), data, kMQUnit8, tableLimit, nullptr, dataSize)) {}
+
+MOLAQDecoder::~MOLAQDecoder() { mqCloseDecoder(decoder_); }
+
+bool MOLAQDecoder::Read(void* dst, uint32_t count) {
+  if (decoder_ == nullptr) return false;
+  mqDecode(decoder_, &state_, dst, count);
+  return true;
+}

@@ -1,0 +1,167 @@
+// The phrase coder: streams the encoder writes decode to the same symbols in any pieces, with both
+// decoders and any table limit; hand-made streams cover the dictionary's edge cases.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+#include <vector>
+
+#include "graphics/core/molaq.h"
+
+namespace {
+
+template <typename T>
+std::vector<T> decodeAll(const std::vector<uint8_t>& stream, uint32_t mode, uint32_t count,
+                         uint32_t limit, uint32_t piece, bool integer = false) {
+  MQDecoderState state;
+  MQDecoder* d = mqOpenDecoder(&state, sizeof(state), stream.data(), mode, limit, nullptr, stream.size());
+  EXPECT_NE(d, nullptr);
+  std::vector<T> out(count);
+  if (d == nullptr) return out;
+  for (uint32_t at = 0; at < count; at += piece) {
+    uint32_t n = std::min(piece, count - at);
+    EXPECT_EQ((integer ? mqDecodeInteger : mqDecode)(d, &state, out.data() + at, n), n);
+  }
+  mqCloseDecoder(d);
+  return out;
+}
+
+std::vector<int32_t> coefficientLike(size_t count, uint32_t seed) {
+  std::mt19937 random(seed);
+  std::geometric_distribution<int> magnitude(0.6);
+  std::vector<int32_t> values(count);
+  for (size_t i = 0; i < count; ++i) {
+    int m = (i % 64 == 0) ? 100 + int(random() % 50) : (random() % 3 ? 0 : magnitude(random));
+    values[i] = (random() & 1) ? -m : m;
+  }
+  return values;
+}
+
+TEST(PhraseCoder, SignedValuesComeBackInAnyPiecesWithEitherDecoderAndAnyTableLimit) {
+  std::vector<int32_t> values = coefficientLike(20000, 1);
+  values[500] = INT32_MIN;
+  values[501] = INT32_MAX;
+  std::vector<uint8_t> stream = mqEncodeSymbols(values.data(), uint32_t(values.size()), kMQUnit32 | kMQSigned, 15, 4096);
+  EXPECT_LT(stream.size(), values.size() * 2) << "the coder compresses";
+  for (uint32_t limit : {kMQNoTableLimit, kMQTableLimit, 16u, 0u}) {
+    for (uint32_t piece : {1u, 7u, 64u, 20000u}) {
+      EXPECT_EQ(decodeAll<int32_t>(stream, kMQUnit32, 20000, limit, piece), values) << limit << " " << piece;
+    }
+    EXPECT_EQ(decodeAll<int32_t>(stream, kMQUnit32, 20000, limit, 33, true), values) << "integer " << limit;
+  }
+}
+
+TEST(PhraseCoder, BytesAndHalfWordsAreStoredByTruncation) {
+  std::mt19937 random(2);
+  std::vector<uint8_t> bytes(5000);
+  for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = (i / 40) % 3 ? uint8_t(random()) : 9;
+  std::vector<uint8_t> stream = mqEncodeSymbols(bytes.data(), uint32_t(bytes.size()), kMQUnit8, 15, 4096);
+  EXPECT_EQ(decodeAll<uint8_t>(stream, kMQUnit8, 5000, kMQTableLimit, 100), bytes);
+  std::vector<uint16_t> wide = decodeAll<uint16_t>(stream, kMQUnit16, 5000, kMQTableLimit, 5000);
+  for (size_t i = 0; i < bytes.size(); ++i) ASSERT_EQ(wide[i], bytes[i]) << i;
+
+  std::vector<int16_t> halves = {-1, -32768, 32767, 0, 0, 0, 5};
+  stream = mqEncodeSymbols(halves.data(), 7, kMQUnit16 | kMQSigned, 15, 4096);
+  EXPECT_EQ(decodeAll<int16_t>(stream, kMQUnit16, 7, kMQTableLimit, 7), halves);
+  EXPECT_EQ(decodeAll<int8_t>(stream, kMQUnit8, 7, kMQTableLimit, 7),
+            (std::vector<int8_t>{-1, 0, -1, 0, 0, 0, 5}));
+}
+
+TEST(PhraseCoder, LimitingAndOptimisingKeepTheSymbols) {
+  std::vector<int32_t> values = coefficientLike(30000, 3);
+  MQPhraseTable* table = mqAnalyzePhrases(values.data(), uint32_t(values.size()), kMQUnit32 | kMQSigned, 15);
+  size_t before = table->phrases.size();
+  uint64_t estimate = mqOptimizePhrases(table);
+  EXPECT_GT(estimate, 0u);
+  mqLimitPhrases(table, 40);
+  EXPECT_LT(table->phrases.size(), before);
+  std::vector<uint8_t> stream = mqEncodeStream(table);
+  mqFreePhraseTable(table);
+  EXPECT_NEAR(double(stream.size() * 8), double(estimate), estimate * 0.5);
+  EXPECT_EQ(decodeAll<int32_t>(stream, kMQUnit32, 30000, kMQTableLimit, 999), values);
+}
+
+// A stream written field by field: header words, then the bit stream of the given phrases.
+struct HandStream {
+  std::vector<uint8_t> bytes;
+  MQEncoder encoder;
+  HandStream(uint32_t phrases, uint32_t widthWord) {
+    for (uint32_t word : {phrases, widthWord}) {
+      for (int i = 0; i < 4; ++i) bytes.push_back(uint8_t(word >> (8 * i)));
+    }
+    mqInitEncoder(&encoder, &bytes);
+  }
+  void phrase(std::vector<uint32_t> values, uint32_t width, uint32_t repeatByte) {
+    for (size_t i = 0; i < values.size(); ++i) {
+      mqPutBits(&encoder, values[i], width);
+      mqPutBits(&encoder, i + 1 == values.size(), 1);
+    }
+    mqPutBits(&encoder, repeatByte, 8);
+    mqPutBits(&encoder, 1, 1);
+  }
+};
+
+TEST(PhraseCoder, AllFrequenciesOneStoreOnlyTheFirst) {
+  HandStream s(3, 8);
+  s.phrase({10}, 8, 1);
+  s.phrase({20, 21}, 8, 1);
+  s.phrase({30}, 8, 2);
+  mqPutBits(&s.encoder, 1, 32);  // the first frequency, and with it all of them
+  for (uint32_t symbol : {2u, 0u, 1u, 2u}) mqPutSymbol(&s.encoder, symbol, 1, 3);
+  mqFlushEncoder(&s.encoder);
+  std::vector<uint8_t> seven = decodeAll<uint8_t>(s.bytes, kMQUnit8, 7, kMQTableLimit, 2);
+  EXPECT_EQ(seven, (std::vector<uint8_t>{30, 30, 10, 20, 21, 30, 30}));
+}
+
+TEST(PhraseCoder, ALongRepeatRunsOnAcrossCallsAndTheLastWordNeedsNoMore) {
+  HandStream s(1, 0x80000000u | 12);
+  // Value -5 in 12 bits, repeated 0x01F4 (500) times: two count groups.
+  mqPutBits(&s.encoder, uint32_t(-5), 12);
+  mqPutBits(&s.encoder, 1, 1);
+  mqPutBits(&s.encoder, 0x01, 8);
+  mqPutBits(&s.encoder, 0, 1);
+  mqPutBits(&s.encoder, 0xF4, 8);
+  mqPutBits(&s.encoder, 1, 1);
+  mqPutBits(&s.encoder, 7, 32);
+  mqPutSymbol(&s.encoder, 0, 7, 7);
+  mqFlushEncoder(&s.encoder);
+  // The stream ends in its last word; the decoder's read-ahead finds only zeros behind it.
+  std::vector<int16_t> out = decodeAll<int16_t>(s.bytes, kMQUnit16, 500, kMQTableLimit, 130);
+  EXPECT_EQ(out, std::vector<int16_t>(500, -5));
+}
+
+TEST(PhraseCoder, OpenRefusesBadArgumentsAndImpossibleDictionaries) {
+  std::vector<uint8_t> stream = mqEncodeSymbols("abcabc", 6, kMQUnit8, 15, 4096);
+  MQDecoderState state;
+  EXPECT_EQ(mqOpenDecoder(&state, 16, stream.data(), kMQUnit8, kMQTableLimit, nullptr, stream.size()), nullptr);
+  EXPECT_EQ(mqOpenDecoder(&state, 32, stream.data(), 2, kMQTableLimit, nullptr, stream.size()), nullptr);
+  EXPECT_EQ(mqOpenDecoder(&state, 32, stream.data(), 6, kMQTableLimit, nullptr, stream.size()), nullptr);
+  std::vector<uint8_t> bad = stream;
+  bad[4] = 33;  // width beyond 32 bits
+  EXPECT_EQ(mqOpenDecoder(&state, 32, bad.data(), kMQUnit8, kMQTableLimit, nullptr, bad.size()), nullptr);
+  bad = stream;
+  bad[3] = 0x7f;  // far more phrases than the stream holds bits
+  EXPECT_EQ(mqOpenDecoder(&state, 32, bad.data(), kMQUnit8, kMQTableLimit, nullptr, bad.size()), nullptr);
+  MOLAQDecoder good(stream.data(), stream.size(), kMQTableLimit);
+  char text[7] = {};
+  ASSERT_TRUE(good.Read(text, 6));
+  EXPECT_STREQ(text, "abcabc");
+  MOLAQDecoder refused(bad.data(), bad.size(), kMQTableLimit);
+  EXPECT_FALSE(refused.Read(text, 6));
+}
+
+TEST(PhraseCoder, CarriesWalkBackOverFullBytes) {
+  std::vector<uint8_t> out = {0x12, 0xFF, 0xFF};
+  MQEncoder encoder;
+  mqInitEncoder(&encoder, &out);
+  mqPutBits(&encoder, 0xF, 4);
+  encoder.low = 0xFFFFFFFFu;
+  encoder.range = 0x80000000u;
+  mqPutSymbol(&encoder, 1, 1, 2);  // low passes 2^32
+  EXPECT_EQ(out[0], 0x13);
+  EXPECT_EQ(out[1], 0x00);
+  EXPECT_EQ(out[2], 0x00);
+  EXPECT_EQ(encoder.bits & 0xF, 0u) << "the pending four bits took the carry first";
+}
+
+}  // namespace
