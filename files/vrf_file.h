@@ -123,6 +123,8 @@ class VRFDirectReader {
   const VRFFileHeader& GetHeader() const { return header_; }
   uint64_t GetLength() const { return top_ ? top_->length : 0; }
   uint64_t GetPosition() const { return top_ ? top_->relative : 0; }
+  // The ID of the innermost open record (0 at the top level).
+  uint64_t GetRecordId() const { return top_ && top_->outer ? top_->id : 0; }
 
  private:
   struct Frame {

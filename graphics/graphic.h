@@ -96,14 +96,16 @@ class Graphic {
   bool UpdateFlag() const { return updateNeeded_; }
   os::CriticalSection& Lock() { return lock_; }
 
- private:
+ protected:
   // The block an object owns its pixels in: one row more than the image needs, because the
   // decoders may run past the last row. Null for sizes this process cannot hold.
   static uint8_t* AllocatePixels(uint32_t imageSize, int32_t height);
   static void FreePixels(uint8_t* block);
+  void ReplaceOwnedBlock(uint8_t* block);
+
+ private:
   void ConvertTo8Bit();
   uint32_t ReplaceRecord(ImageInfo*& record, const ImageInfo* source);
-  void ReplaceOwnedBlock(uint8_t* block);
 
   BITMAPINFOHEADER header_;
   RGBQUAD displayPalette_[256];  // follows the header: the two form the BITMAPINFO

@@ -176,6 +176,7 @@ const ExportEntry kRows[] = {
     RUNA1_EXPORT_ROW(graphic_SetDefConversion8BitColor, 4),
     // Drawing core
     RUNA1_EXPORT_ROW(MOLAQ_SetDefInterface, 4),
+    RUNA1_EXPORT_ROW(MOLAQImage_ReadImageFile, 8),
     // 3D
     // Sound, music, timers, movie
     // Menu screens

@@ -250,6 +250,9 @@ RUNA1_IMPORT(int32_t) graphic_SetDefConversion8BitColor(int32_t mode);
 /* Flags of MOLAQ_SetDefInterface: 0x20000 uses the vector kernels whatever the processor,
  * 0x2 never uses them. */
 RUNA1_IMPORT(uint32_t) MOLAQ_SetDefInterface(uint32_t flags);
+/* Reads a picture file, or a BMP if it is none; scale 1 to 3 blows a 24-bit picture up by 2, 4
+ * or 8. The result is an image object like graphic_ReadBitmap's, null on failure. */
+RUNA1_IMPORT(GRAPHIC) MOLAQImage_ReadImageFile(const char* path, int32_t scale);
 
 /* ---- 3D ----------------------------------------------------------------------------------- */
 
