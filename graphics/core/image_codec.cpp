@@ -81,6 +81,20 @@ void mqInverseLine(double* dst, int32_t dstStride, const double* src, int32_t sr
   }
 }
 
+namespace {
+
+// Rounds to the nearest integer (ties to even) by the double's own rounding: adding 1.5 * 2^52
+// leaves the integer in the low bits of the mantissa. Exact for magnitudes below 2^51.
+int64_t roundToInt64(double value) {
+  if (!(std::abs(value) < 0x1p50)) return value < 0 ? INT32_MIN : INT32_MAX;
+  double shifted = value + 0x1.8p52;
+  int64_t bits;
+  std::memcpy(&bits, &shifted, sizeof bits);
+  return (bits & ((int64_t{1} << 52) - 1)) - (int64_t{1} << 51);
+}
+
+}  // namespace
+
 void mqInverseBlock(int32_t* dst, int32_t* src, const uint32_t* q, int32_t blockSize, int32_t sx,
                     int32_t sy, double* /*work*/) {
   if (blockSize < 3 || blockSize > 5 || sx < 0 || sy < 0 || sx > 3 || sy > 3 ||
@@ -89,23 +103,26 @@ void mqInverseBlock(int32_t* dst, int32_t* src, const uint32_t* q, int32_t block
   }
   const int32_t n = 1 << blockSize, w = n << sx, h = n << sy;
   thread_local std::vector<double> rows(32 * 256), column(256);
-  // Rows first, skipping rows whose coefficients are all 0; they stay out of the column sums.
+  double power[29];
+  for (int i = 0; i < 29; ++i) power[i] = static_cast<double>(int64_t{1} << i);
+  // Rows first, each only up to its last non-zero coefficient; rows of zeros stay out of the
+  // column sums.
   int32_t live[32];
   int32_t liveCount = 0;
   double coefficients[32];
   for (int32_t v = 0; v < n; ++v) {
-    bool any = false;
+    int32_t count = 0;
     for (int32_t u = 0; u < n; ++u) {
       int32_t c = src[v * w + u];
-      coefficients[u] = q ? std::ldexp(static_cast<double>(c), static_cast<int>(q[v] + q[u])) : c;
-      any |= c != 0;
+      coefficients[u] = q ? c * power[q[v] + q[u]] : c;
+      if (c != 0) count = u + 1;
     }
-    if (!any) continue;
-    mqInverseLine(rows.data() + v * w, 1, coefficients, 1, n, blockSize + sx);
+    if (count == 0) continue;
+    mqInverseLine(rows.data() + v * w, 1, coefficients, 1, count, blockSize + sx);
     live[liveCount++] = v;
   }
   const double* m = basis().line[blockSize + sy].data();
-  const double scale = q ? 1.0 / 16384 : 1.0;
+  const int shift = q ? 14 : 0;
   for (int32_t j = 0; j < h; ++j) {
     std::fill(column.begin(), column.begin() + w, 0.0);
     for (int32_t l = 0; l < liveCount; ++l) {
@@ -114,7 +131,7 @@ void mqInverseBlock(int32_t* dst, int32_t* src, const uint32_t* q, int32_t block
       const double* row = rows.data() + v * w;
       for (int32_t i = 0; i < w; ++i) column[i] += row[i] * weight;
     }
-    for (int32_t i = 0; i < w; ++i) dst[j * w + i] = toInt32(std::floor(std::nearbyint(column[i]) * scale));
+    for (int32_t i = 0; i < w; ++i) dst[j * w + i] = static_cast<int32_t>(roundToInt64(column[i]) >> shift);
   }
 }
 

@@ -482,10 +482,10 @@ uint32_t writePhrase(const MQDecoder& d, MQDecoderState* s, T* dst, uint32_t roo
 // floor(a * b / c) for 32-bit operands, c not 0.
 uint64_t quotientInteger(uint64_t a, uint64_t b, uint64_t c) { return a * b / c; }
 
-// The same through the floating-point unit, corrected to the exact floor.
+// The same by a floating-point estimate, corrected to the exact floor.
 uint64_t quotientFloating(uint64_t a, uint64_t b, uint64_t c) {
   uint64_t product = a * b;
-  auto q = static_cast<uint64_t>(static_cast<long double>(product) / static_cast<long double>(c));
+  auto q = static_cast<uint64_t>(static_cast<double>(product) / static_cast<double>(c));
   while (q > 0 && q * c > product) --q;
   while ((q + 1) * c <= product) ++q;
   return q;

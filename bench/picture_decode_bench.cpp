@@ -1,0 +1,223 @@
+// Decoding a picture file's image against libjpeg-turbo decoding a JPEG of the same picture at a
+// similar PSNR. The picture is a photograph given by RUNA1_BENCH_PHOTO (a JPEG file), scaled to
+// size, or else a synthetic one with shading, edges and fine texture.
+#include <benchmark/benchmark.h>
+
+#include <jpeglib.h>
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <random>
+#include <vector>
+
+#include "graphics/core/molaq.h"
+
+namespace {
+
+struct Picture {
+  int32_t width, height;
+  std::vector<uint8_t> bgr;  // bottom-up DIB rows
+  int32_t pitch() const { return (width * 3 + 3) & ~3; }
+};
+
+Picture synthetic(int32_t width, int32_t height) {
+  Picture p{width, height, {}};
+  p.bgr.resize(size_t(p.pitch()) * height);
+  std::mt19937 random(3);
+  for (int32_t y = 0; y < height; ++y) {
+    for (int32_t x = 0; x < width; ++x) {
+      double u = double(x) / width, v = double(y) / height;
+      double texture = 12 * std::sin(x * 0.9) * std::sin(y * 0.7) + int(random() % 9) - 4;
+      bool disc = (u - 0.6) * (u - 0.6) + (v - 0.4) * (v - 0.4) < 0.05;
+      uint8_t* px = &p.bgr[size_t(y) * p.pitch() + x * 3];
+      px[0] = uint8_t(std::clamp(60 + 120 * u + texture, 0.0, 255.0));
+      px[1] = uint8_t(std::clamp((disc ? 190 : 90) + 40 * v + texture, 0.0, 255.0));
+      px[2] = uint8_t(std::clamp(128 + 90 * std::sin(6 * u + 3 * v) + texture, 0.0, 255.0));
+    }
+  }
+  return p;
+}
+
+// The photograph (a JPEG) resampled to the size asked, nearest pixel.
+bool photo(int32_t width, int32_t height, Picture* out) {
+  const char* path = std::getenv("RUNA1_BENCH_PHOTO");
+  if (path == nullptr) return false;
+  FILE* file = std::fopen(path, "rb");
+  if (file == nullptr) return false;
+  jpeg_decompress_struct cinfo;
+  jpeg_error_mgr error;
+  cinfo.err = jpeg_std_error(&error);
+  jpeg_create_decompress(&cinfo);
+  jpeg_stdio_src(&cinfo, file);
+  jpeg_read_header(&cinfo, TRUE);
+  cinfo.out_color_space = JCS_EXT_BGR;
+  jpeg_start_decompress(&cinfo);
+  int32_t sourceWidth = int32_t(cinfo.output_width), sourceHeight = int32_t(cinfo.output_height);
+  std::vector<uint8_t> source(size_t(sourceWidth) * 3 * sourceHeight);
+  while (cinfo.output_scanline < cinfo.output_height) {
+    JSAMPROW row = &source[size_t(cinfo.output_scanline) * sourceWidth * 3];
+    jpeg_read_scanlines(&cinfo, &row, 1);
+  }
+  jpeg_finish_decompress(&cinfo);
+  jpeg_destroy_decompress(&cinfo);
+  std::fclose(file);
+  *out = {width, height, {}};
+  out->bgr.resize(size_t(out->pitch()) * height);
+  for (int32_t y = 0; y < height; ++y) {
+    for (int32_t x = 0; x < width; ++x) {
+      const uint8_t* from = &source[(size_t(y * sourceHeight / height) * sourceWidth + x * sourceWidth / width) * 3];
+      std::memcpy(&out->bgr[size_t(height - 1 - y) * out->pitch() + x * 3], from, 3);
+    }
+  }
+  return true;
+}
+
+double psnr(const Picture& a, const std::vector<uint8_t>& b, int32_t pitchB) {
+  double sum = 0;
+  for (int32_t y = 0; y < a.height; ++y) {
+    for (int32_t i = 0; i < a.width * 3; ++i) {
+      double d = double(a.bgr[size_t(y) * a.pitch() + i]) - b[size_t(y) * pitchB + i];
+      sum += d * d;
+    }
+  }
+  return 10 * std::log10(255.0 * 255.0 * a.width * a.height * 3 / std::max(sum, 1.0));
+}
+
+struct Coded {
+  ImageHeader header;
+  std::vector<uint8_t> stream;
+};
+
+Coded compress(const Picture& p, double fine) {
+  Coded c{};
+  c.header.version = kImageVersion;
+  c.header.coder = kImageCoder;
+  c.header.width = uint32_t(p.width);
+  c.header.height = uint32_t(p.height);
+  c.header.bits = 24;
+  c.header.chromaFormat = kChroma420;
+  c.header.blockSize = 3;
+  mqFitQuantCurve(3, fine, fine + 1, fine + 2, &c.header.curveA, &c.header.curveB, &c.header.curveC);
+  uint32_t bytes = 0;
+  uint8_t* data = mqCompressImage(&c.header, p.bgr.data(), p.pitch(), &bytes, 15, 4096, 1);
+  c.stream.assign(data, data + bytes);
+  mqFreeImage(data);
+  return c;
+}
+
+void decompress(const Coded& c, std::vector<uint8_t>* out, int32_t pitch) {
+  mqDecompressImage(&c.header, out->data(), 24, pitch, c.stream.data(), 0, false, kMQTableLimit,
+                    nullptr, c.stream.size());
+}
+
+std::vector<uint8_t> jpegCompress(const Picture& p, int quality) {
+  jpeg_compress_struct cinfo;
+  jpeg_error_mgr error;
+  cinfo.err = jpeg_std_error(&error);
+  jpeg_create_compress(&cinfo);
+  unsigned char* buffer = nullptr;
+  unsigned long size = 0;
+  jpeg_mem_dest(&cinfo, &buffer, &size);
+  cinfo.image_width = JDIMENSION(p.width);
+  cinfo.image_height = JDIMENSION(p.height);
+  cinfo.input_components = 3;
+  cinfo.in_color_space = JCS_EXT_BGR;
+  jpeg_set_defaults(&cinfo);
+  jpeg_set_quality(&cinfo, quality, TRUE);
+  jpeg_start_compress(&cinfo, TRUE);
+  while (cinfo.next_scanline < cinfo.image_height) {
+    // The JPEG's first row is the DIB's last.
+    JSAMPROW row = const_cast<JSAMPROW>(&p.bgr[size_t(p.height - 1 - cinfo.next_scanline) * p.pitch()]);
+    jpeg_write_scanlines(&cinfo, &row, 1);
+  }
+  jpeg_finish_compress(&cinfo);
+  jpeg_destroy_compress(&cinfo);
+  std::vector<uint8_t> out(buffer, buffer + size);
+  std::free(buffer);
+  return out;
+}
+
+void jpegDecompress(const std::vector<uint8_t>& data, std::vector<uint8_t>* out, int32_t pitch) {
+  jpeg_decompress_struct cinfo;
+  jpeg_error_mgr error;
+  cinfo.err = jpeg_std_error(&error);
+  jpeg_create_decompress(&cinfo);
+  jpeg_mem_src(&cinfo, data.data(), data.size());
+  jpeg_read_header(&cinfo, TRUE);
+  cinfo.out_color_space = JCS_EXT_BGR;
+  jpeg_start_decompress(&cinfo);
+  while (cinfo.output_scanline < cinfo.output_height) {
+    JSAMPROW row = out->data() + size_t(cinfo.output_height - 1 - cinfo.output_scanline) * pitch;
+    jpeg_read_scanlines(&cinfo, &row, 1);
+  }
+  jpeg_finish_decompress(&cinfo);
+  jpeg_destroy_decompress(&cinfo);
+}
+
+struct Case {
+  Picture picture;
+  Coded coded;
+  std::vector<uint8_t> jpeg;
+  double psnr, jpegPsnr;
+};
+
+const Case& benchCase(int32_t width, int32_t height) {
+  static std::vector<std::pair<int32_t, Case*>> cases;
+  for (auto& [w, c] : cases) {
+    if (w == width) return *c;
+  }
+  auto* c = new Case{};
+  if (!photo(width, height, &c->picture)) c->picture = synthetic(width, height);
+  c->coded = compress(c->picture, 7);
+  std::vector<uint8_t> out(size_t(c->picture.pitch()) * height);
+  decompress(c->coded, &out, c->picture.pitch());
+  c->psnr = psnr(c->picture, out, c->picture.pitch());
+  // The JPEG quality whose PSNR comes closest to the picture coder's.
+  double best = 1e9;
+  for (int quality = 30; quality <= 98; quality += 2) {
+    std::vector<uint8_t> jpeg = jpegCompress(c->picture, quality);
+    jpegDecompress(jpeg, &out, c->picture.pitch());
+    double q = psnr(c->picture, out, c->picture.pitch());
+    if (std::abs(q - c->psnr) < best) {
+      best = std::abs(q - c->psnr);
+      c->jpeg = std::move(jpeg);
+      c->jpegPsnr = q;
+    }
+  }
+  cases.emplace_back(width, c);
+  return *c;
+}
+
+void setCounters(benchmark::State& state, const Picture& p, double quality, size_t bytes) {
+  state.counters["MPix/s"] = benchmark::Counter(double(p.width) * p.height / 1e6 * state.iterations(),
+                                                benchmark::Counter::kIsRate);
+  state.counters["PSNR"] = quality;
+  state.counters["bpp"] = bytes * 8.0 / (double(p.width) * p.height);
+}
+
+void BM_PictureDecode(benchmark::State& state) {
+  const Case& c = benchCase(int32_t(state.range(0)), int32_t(state.range(1)));
+  std::vector<uint8_t> out(size_t(c.picture.pitch()) * c.picture.height);
+  for (auto _ : state) {
+    decompress(c.coded, &out, c.picture.pitch());
+    benchmark::DoNotOptimize(out.data());
+  }
+  setCounters(state, c.picture, c.psnr, c.coded.stream.size());
+}
+
+void BM_JpegTurboDecode(benchmark::State& state) {
+  const Case& c = benchCase(int32_t(state.range(0)), int32_t(state.range(1)));
+  std::vector<uint8_t> out(size_t(c.picture.pitch()) * c.picture.height);
+  for (auto _ : state) {
+    jpegDecompress(c.jpeg, &out, c.picture.pitch());
+    benchmark::DoNotOptimize(out.data());
+  }
+  setCounters(state, c.picture, c.jpegPsnr, c.jpeg.size());
+}
+
+}  // namespace
+
+BENCHMARK(BM_PictureDecode)->Args({640, 480})->Args({1920, 1080})->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_JpegTurboDecode)->Args({640, 480})->Args({1920, 1080})->Unit(benchmark::kMillisecond);
