@@ -111,7 +111,8 @@ RUNA1_IMPORT(int32_t) float_Int(RUNA1_FLOAT a);
 RUNA1_IMPORT(RUNA1_FLOAT) float_LD1(void);
 RUNA1_IMPORT(RUNA1_FLOAT) float_Zero(void);
 RUNA1_IMPORT(RUNA1_FLOAT) float_PI(void);
-RUNA1_IMPORT(RUNA1_FLOAT) float_Log2T(void) __asm__("__stdcallfloat_Log2T"); /* imported by this exact name */
+/* Exported as "__stdcallfloat_Log2T": the import symbol adds one underscore to the label. */
+RUNA1_IMPORT(RUNA1_FLOAT) float_Log2T(void) __asm__("_stdcallfloat_Log2T");
 RUNA1_IMPORT(RUNA1_FLOAT) float_Log2(void);
 RUNA1_IMPORT(double*) double_Round(double* a);
 RUNA1_IMPORT(double*) double_Abs(double* a);
