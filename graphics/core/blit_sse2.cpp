@@ -1,0 +1,134 @@
+// SSE2 rows of the blits and fills: 16 bytes per step, channels in unsigned 16-bit lanes for
+// the arithmetic (multiply, shift right by 8, saturating add, pack). Each row gives the same
+// bytes as the per-pixel operation it replaces; the rows that work in groups of pixels leave
+// the rest of a row to that operation.
+#include <emmintrin.h>
+
+#include "graphics/core/blit.h"
+
+namespace {
+
+__m128i load(const uint8_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
+void store(uint8_t* p, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
+__m128i load8(const uint8_t* p) { return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)); }
+void store8(uint8_t* p, __m128i v) { _mm_storel_epi64(reinterpret_cast<__m128i*>(p), v); }
+
+// (v * factor) >> 8 on the 16-bit lanes; products stay below 65536.
+__m128i scale(__m128i v, __m128i factor) { return _mm_srli_epi16(_mm_mullo_epi16(v, factor), 8); }
+
+// 16 bytes of dst * t + src * (256 - t), each term shifted down by 8 on its own.
+__m128i toneBytes(__m128i d, __m128i s, __m128i keep, __m128i take) {
+  __m128i zero = _mm_setzero_si128();
+  __m128i low = _mm_add_epi16(scale(_mm_unpacklo_epi8(d, zero), keep),
+                              scale(_mm_unpacklo_epi8(s, zero), take));
+  __m128i high = _mm_add_epi16(scale(_mm_unpackhi_epi8(d, zero), keep),
+                               scale(_mm_unpackhi_epi8(s, zero), take));
+  return _mm_packus_epi16(low, high);
+}
+
+// 16 bytes of dst * t >> 8, plus `toned` (already scaled): the toned fill.
+__m128i toneOver(__m128i d, __m128i toned, __m128i keep) {
+  __m128i zero = _mm_setzero_si128();
+  __m128i low = scale(_mm_unpacklo_epi8(d, zero), keep);
+  __m128i high = scale(_mm_unpackhi_epi8(d, zero), keep);
+  return _mm_add_epi8(_mm_packus_epi16(low, high), toned);
+}
+
+// The 48 bytes of 16 pixels of one colour.
+struct Pattern {
+  __m128i part[3];
+  explicit Pattern(const uint8_t colour[3]) {
+    uint8_t bytes[48];
+    for (int i = 0; i < 48; ++i) bytes[i] = colour[i % 3];
+    for (int i = 0; i < 3; ++i) part[i] = load(bytes + 16 * i);
+  }
+};
+
+}  // namespace
+
+void copyRowSSE2(uint8_t* dst, const uint8_t* src, size_t bytes) {
+  if (bytes < 16) {
+    for (size_t i = 0; i < bytes; ++i) dst[i] = src[i];
+    return;
+  }
+  size_t i = 0;
+  for (; i + 64 <= bytes; i += 64) {
+    __m128i a = load(src + i), b = load(src + i + 16), c = load(src + i + 32),
+            d = load(src + i + 48);
+    store(dst + i, a);
+    store(dst + i + 16, b);
+    store(dst + i + 32, c);
+    store(dst + i + 48, d);
+  }
+  for (; i + 16 <= bytes; i += 16) store(dst + i, load(src + i));
+  // The last block ends at the row's end and may cover bytes already copied.
+  if (i < bytes) store(dst + bytes - 16, load(src + bytes - 16));
+}
+
+int32_t toneRowSSE2(uint8_t* dst, const uint8_t* src, int32_t pixels, uint32_t t) {
+  __m128i keep = _mm_set1_epi16(static_cast<short>(t));
+  __m128i take = _mm_set1_epi16(static_cast<short>(256 - t));
+  int32_t x = 0;
+  for (; x + 16 <= pixels; x += 16, dst += 48, src += 48)
+    for (int i = 0; i < 48; i += 16) store(dst + i, toneBytes(load(dst + i), load(src + i), keep, take));
+  return x;
+}
+
+int32_t blendRowSSE2(uint8_t* dst, const uint8_t* src, const uint8_t* alpha, int32_t pixels,
+                     uint32_t t) {
+  const __m128i zero = _mm_setzero_si128();
+  const __m128i take = _mm_set1_epi16(static_cast<short>(256 - t));
+  const __m128i top = _mm_set1_epi16(static_cast<short>(0xff00));
+  const __m128i full = _mm_set1_epi16(256);
+  const __m128i by255 = _mm_set1_epi16(static_cast<short>(0x8081));
+  int32_t x = 0;
+  for (; x + 8 <= pixels; x += 8, dst += 24, src += 24) {
+    __m128i a8 = load8(alpha + x);
+    int zeros = _mm_movemask_epi8(_mm_cmpeq_epi8(a8, zero)) & 0xff;
+    if (zeros == 0xff) continue;  // all eight invisible
+    // A[a] = min(256, (0xff00 - (256 - t) * a) / 255); the division by 255 is exact as a
+    // multiply-high by 0x8081 and a shift by 7 for every 16-bit numerator.
+    __m128i a = _mm_unpacklo_epi8(a8, zero);
+    __m128i weight = _mm_srli_epi16(
+        _mm_mulhi_epu16(_mm_sub_epi16(top, _mm_mullo_epi16(a, take)), by255), 7);
+    weight = _mm_min_epi16(weight, full);
+    // Spread the eight weights over the 24 channel lanes: w0 w0 w0 w1 w1 w1 w2 w2 | ...
+    __m128i lowHalves = _mm_unpacklo_epi64(weight, weight);
+    __m128i highHalves = _mm_unpackhi_epi64(weight, weight);
+    __m128i w0 = _mm_shufflehi_epi16(_mm_shufflelo_epi16(lowHalves, _MM_SHUFFLE(1, 0, 0, 0)),
+                                     _MM_SHUFFLE(2, 2, 1, 1));
+    __m128i w1 = _mm_shufflehi_epi16(_mm_shufflelo_epi16(weight, _MM_SHUFFLE(3, 3, 3, 2)),
+                                     _MM_SHUFFLE(1, 0, 0, 0));
+    __m128i w2 = _mm_shufflehi_epi16(_mm_shufflelo_epi16(highHalves, _MM_SHUFFLE(2, 2, 1, 1)),
+                                     _MM_SHUFFLE(3, 3, 3, 2));
+    __m128i d = load(dst), dTail = load8(dst + 16);
+    __m128i s = load(src), sTail = load8(src + 16);
+    // A weight of 256 marks alpha 0: the destination stays and the source adds nothing.
+    __m128i s0 = _mm_andnot_si128(_mm_cmpeq_epi16(w0, full), scale(_mm_unpacklo_epi8(s, zero), take));
+    __m128i s1 = _mm_andnot_si128(_mm_cmpeq_epi16(w1, full), scale(_mm_unpackhi_epi8(s, zero), take));
+    __m128i s2 = _mm_andnot_si128(_mm_cmpeq_epi16(w2, full), scale(_mm_unpacklo_epi8(sTail, zero), take));
+    __m128i r0 = _mm_add_epi16(scale(_mm_unpacklo_epi8(d, zero), w0), s0);
+    __m128i r1 = _mm_add_epi16(scale(_mm_unpackhi_epi8(d, zero), w1), s1);
+    __m128i r2 = _mm_add_epi16(scale(_mm_unpacklo_epi8(dTail, zero), w2), s2);
+    store(dst, _mm_packus_epi16(r0, r1));
+    store8(dst + 16, _mm_packus_epi16(r2, r2));
+  }
+  return x;
+}
+
+int32_t fillRow24SSE2(uint8_t* dst, int32_t pixels, const uint8_t colour[3]) {
+  Pattern pattern(colour);
+  int32_t x = 0;
+  for (; x + 16 <= pixels; x += 16, dst += 48)
+    for (int i = 0; i < 3; ++i) store(dst + 16 * i, pattern.part[i]);
+  return x;
+}
+
+int32_t toneFillRow24SSE2(uint8_t* dst, int32_t pixels, uint32_t t, const uint8_t toned[3]) {
+  Pattern pattern(toned);
+  __m128i keep = _mm_set1_epi16(static_cast<short>(t));
+  int32_t x = 0;
+  for (; x + 16 <= pixels; x += 16, dst += 48)
+    for (int i = 0; i < 3; ++i) store(dst + 16 * i, toneOver(load(dst + 16 * i), pattern.part[i], keep));
+  return x;
+}
