@@ -20,11 +20,12 @@ ptrdiff_t rowBytes(int32_t width, uint32_t bits) {
   return static_cast<ptrdiff_t>(((int64_t{width} * bits + 31) >> 5) << 2);
 }
 
-// The vector variants: the same operations, with whole rows done by the SSE2 rows.
+// The vector variants: the same operations, with whole rows done by the SSE2 rows. An opaque
+// row is a memcpy: the C library's copy moves as wide as the processor allows.
 template <class Source>
 struct VectorCopy24 : Copy24<Source> {
   void span(uint8_t* dst, const uint8_t* src, const uint8_t*, int32_t width) const {
-    copyRowSSE2(dst, src, 3 * static_cast<size_t>(width));
+    std::memcpy(dst, src, 3 * static_cast<size_t>(width));
   }
 };
 template <class Source>
@@ -44,7 +45,7 @@ struct VectorBlend24 : Blend24<Source> {
 template <class Source>
 struct VectorCopy8 : Copy8<Source> {
   void span(uint8_t* dst, const uint8_t* src, const uint8_t*, int32_t width) const {
-    copyRowSSE2(dst, src, static_cast<size_t>(width));
+    std::memcpy(dst, src, static_cast<size_t>(width));
   }
 };
 
@@ -219,6 +220,14 @@ void fill(const FillJob& job, const Op& op) {
   job.depth ? fillRows<true>(job, op) : fillRows<false>(job, op);
 }
 
+// An opaque fill without depth draws its first row and copies it to the others.
+template <class Op>
+void fillByFirstRow(const FillJob& job, const Op& op) {
+  op.span(job.dst, job.width);
+  size_t bytes = static_cast<size_t>(job.width) * 3;
+  for (int32_t row = 1; row < job.height; ++row) std::memcpy(job.dst + row * job.pitch, job.dst, bytes);
+}
+
 struct Fill24 {
   uint8_t colour[3];
   void pixel(uint8_t* dst, int32_t x) const { std::memcpy(dst + 3 * x, colour, 3); }
@@ -302,7 +311,8 @@ uint32_t mqFillRectangle(const BITMAPINFO* info, uint8_t* pixels, const ImageInf
   uint8_t bgr[3] = {static_cast<uint8_t>(colour), static_cast<uint8_t>(colour >> 8),
                     static_cast<uint8_t>(colour >> 16)};
   if (t == 0) {
-    fill(job, Fill24{{bgr[0], bgr[1], bgr[2]}});
+    Fill24 opaque{{bgr[0], bgr[1], bgr[2]}};
+    job.depth ? fill(job, opaque) : fillByFirstRow(job, opaque);
     return 0;
   }
   uint8_t t1[256], t2[256];

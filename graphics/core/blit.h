@@ -45,9 +45,9 @@ void mqBlit24To24Plain(const BlitJob& job);
 void mqBlit24To24SSE2(const BlitJob& job);
 
 // ---- Vector rows (SSE2) --------------------------------------------------------------------
-// Each gives exactly the bytes of the per-pixel operation it stands for. All but the copy work
-// in groups of pixels and give the count they did; the caller finishes the row.
-void copyRowSSE2(uint8_t* dst, const uint8_t* src, size_t bytes);
+// Each gives exactly the bytes of the per-pixel operation it stands for. They work in groups of
+// pixels and give the count they did; the caller finishes the row. (Opaque rows are copied with
+// memcpy, which uses the widest moves the processor has.)
 // 24-bit pixels: dst = (dst * t >> 8) + (src * (256 - t) >> 8) per channel; t from 1 to 255.
 int32_t toneRowSSE2(uint8_t* dst, const uint8_t* src, int32_t pixels, uint32_t t);
 // Premultiplied alpha over 24-bit pixels: nothing where a is 0, else

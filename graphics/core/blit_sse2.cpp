@@ -46,25 +46,6 @@ struct Pattern {
 
 }  // namespace
 
-void copyRowSSE2(uint8_t* dst, const uint8_t* src, size_t bytes) {
-  if (bytes < 16) {
-    for (size_t i = 0; i < bytes; ++i) dst[i] = src[i];
-    return;
-  }
-  size_t i = 0;
-  for (; i + 64 <= bytes; i += 64) {
-    __m128i a = load(src + i), b = load(src + i + 16), c = load(src + i + 32),
-            d = load(src + i + 48);
-    store(dst + i, a);
-    store(dst + i + 16, b);
-    store(dst + i + 32, c);
-    store(dst + i + 48, d);
-  }
-  for (; i + 16 <= bytes; i += 16) store(dst + i, load(src + i));
-  // The last block ends at the row's end and may cover bytes already copied.
-  if (i < bytes) store(dst + bytes - 16, load(src + bytes - 16));
-}
-
 int32_t toneRowSSE2(uint8_t* dst, const uint8_t* src, int32_t pixels, uint32_t t) {
   __m128i keep = _mm_set1_epi16(static_cast<short>(t));
   __m128i take = _mm_set1_epi16(static_cast<short>(256 - t));
