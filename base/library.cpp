@@ -19,9 +19,9 @@ VKCPUPROBE probeCpu() {
   VKCPUPROBE probe{};
   probe.fpu = os::fpuPresent();
   probe.cpuid = os::cpuidAvailable();
-  if (probe.cpuid) os::cpuid(0, probe.leaf0);
-  uint32_t leaf1[4] = {};
-  if (probe.cpuid && probe.leaf0[0] >= 1) os::cpuid(1, leaf1);
+  if (probe.cpuid) os::cpuid(probe.leaf0);  // leaf 0: all inputs zero
+  uint32_t leaf1[4] = {1, 0, 0, 0};
+  if (probe.cpuid && probe.leaf0[0] >= 1) os::cpuid(leaf1);
   probe.leaf1Edx = leaf1[3];
   return probe;
 }

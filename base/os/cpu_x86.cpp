@@ -1,6 +1,4 @@
 // Processor probes of the platform seam; the same in both builds, since both run on x86.
-#include <cpuid.h>
-
 #include "base/os/os.h"
 
 #if !defined(__i386__) && !defined(__x86_64__)
@@ -38,8 +36,8 @@ bool cpuidAvailable() {
   return ((original ^ toggled) & kIdFlag) != 0;
 }
 
-void cpuid(uint32_t leaf, uint32_t registers[4]) {
-  __cpuid(leaf, registers[0], registers[1], registers[2], registers[3]);
+void cpuid(uint32_t registers[4]) {
+  asm volatile("cpuid" : "+a"(registers[0]), "+b"(registers[1]), "+c"(registers[2]), "+d"(registers[3]));
 }
 
 void resetFpu() { asm volatile("fninit"); }

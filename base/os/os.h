@@ -111,8 +111,8 @@ void closeEvent(EventHandle event);
 bool fpuPresent();
 // Whether the CPUID instruction exists (the ID flag of EFLAGS can be toggled).
 bool cpuidAvailable();
-// Registers EAX, EBX, ECX, EDX of CPUID for `leaf`.
-void cpuid(uint32_t leaf, uint32_t registers[4]);
+// CPUID with EAX, EBX, ECX and EDX taken from `registers`; the outputs go back there.
+void cpuid(uint32_t registers[4]);
 // fninit: a clean x87 state for the calling thread.
 void resetFpu();
 

@@ -9,6 +9,7 @@
 #include "host/exports/graphic.h"
 #include "host/exports/numeric.h"
 #include "host/exports/services.h"
+#include "host/exports/text.h"
 
 namespace {
 
@@ -96,6 +97,33 @@ const ExportEntry kRows[] = {
     RUNA1_EXPORT_ROW(ZPK_CPUID, 4),
     // Record files and archives
     // String stream and text resources
+    RUNA1_EXPORT_ROW(strmstr_Create, 8),
+    RUNA1_EXPORT_ROW(strmstr_LoadText, 4),
+    RUNA1_EXPORT_ROW(strmstr_Delete, 4),
+    RUNA1_EXPORT_ROW(strmstr_GetBuffer, 4),
+    RUNA1_EXPORT_ROW(strmstr_GetLength, 4),
+    RUNA1_EXPORT_ROW(strmstr_GetIndex, 4),
+    RUNA1_EXPORT_ROW(strmstr_GetLastIndex, 4),
+    RUNA1_EXPORT_ROW(strmstr_SetIndex, 8),
+    RUNA1_EXPORT_ROW(strmstr_GetChar, 4),
+    RUNA1_EXPORT_ROW(strmstr_GetCurrentChar, 4),
+    RUNA1_EXPORT_ROW(strmstr_DisableSpace, 4),
+    RUNA1_EXPORT_ROW(strmstr_GetString, 8),
+    RUNA1_EXPORT_ROW(strmstr_GetLine, 8),
+    RUNA1_EXPORT_ROW(strmstr_GetEnclosedString, 12),
+    RUNA1_EXPORT_ROW(strmstr_GetValue, 4),
+    RUNA1_EXPORT_ROW(strmstr_IsNumberString, 4),
+    RUNA1_EXPORT_ROW(strmstr_GetInteger, 4),
+    RUNA1_EXPORT_ROW(strmstr_SetSpaceCode, 8),
+    RUNA1_EXPORT_ROW(strmstr_SetSeparateCode, 8),
+    RUNA1_EXPORT_ROW(strmstr_IsOverflowIndex, 4),
+    RUNA1_EXPORT_ROW(strmstr_IsSeparatorCode, 8),
+    RUNA1_EXPORT_ROW(strmstr_IsSeparator, 4),
+    RUNA1_EXPORT_ROW(strmstr_Format, 12),
+    RUNA1_EXPORT_ROW(TextRes_ReadText, 4),
+    RUNA1_EXPORT_ROW(TextRes_Delete, 4),
+    RUNA1_EXPORT_ROW(TextRes_GetLabelIndex, 8),
+    RUNA1_EXPORT_ROW(TextRes_MoveToLabel, 8),
     // Images, views, fonts, z-buffer
     RUNA1_EXPORT_ROW(graphic_AllocNewBitmap, 0),
     RUNA1_EXPORT_ROW(graphic_CreateBitmap, 12),

@@ -2,6 +2,8 @@
 
 #include <bit>
 
+#include "base/os/os.h"
+
 namespace {
 
 // Each wrapper works in the x87's extended precision and rounds when it stores its result.
@@ -80,8 +82,9 @@ double* put(double* target, Ext value) {
 }  // namespace
 
 void RUNA1_API float_Init() {
+  os::resetFpu();
   uint16_t control;
-  asm volatile("fninit\n\tfnstcw %0" : "=m"(control));
+  asm volatile("fnstcw %0" : "=m"(control));
   control &= 0xF3FF;  // rounding to nearest
   asm volatile("fldcw %0" : : "m"(control));
 }
@@ -165,22 +168,9 @@ int32_t RUNA1_API float_Int(FloatBits a) { return x87Int(load(a)); }
 int32_t RUNA1_API double_Int(const double* a) { return x87Int(*a); }
 
 void RUNA1_API ZPK_CPUID(uint32_t* registers) {
-  uint32_t eax = registers[0], ebx = registers[1], ecx = registers[2], edx = registers[3];
-#if defined(__i386__)
-  // Processors without CPUID cannot toggle the ID flag (bit 21) of EFLAGS.
-  uint32_t before, after;
-  asm volatile(
-      "pushfl\n\tpopl %0\n\tmovl %0, %1\n\txorl $0x200000, %1\n\t"
-      "pushl %1\n\tpopfl\n\tpushfl\n\tpopl %1\n\tpushl %0\n\tpopfl"
-      : "=&r"(before), "=&r"(after));
-  if (((before ^ after) & 0x200000) == 0) {
+  if (os::cpuidAvailable()) {
+    os::cpuid(registers);
+  } else {
     registers[0] = registers[1] = registers[2] = registers[3] = 0;
-    return;
   }
-#endif
-  asm volatile("cpuid" : "+a"(eax), "+b"(ebx), "+c"(ecx), "+d"(edx));
-  registers[0] = eax;
-  registers[1] = ebx;
-  registers[2] = ecx;
-  registers[3] = edx;
 }

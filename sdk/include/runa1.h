@@ -127,6 +127,40 @@ RUNA1_IMPORT(void) ZPK_CPUID(uint32_t* registers);
 /* ---- Record files and archives ------------------------------------------------------------ */
 
 /* ---- String stream and text resources ----------------------------------------------------- */
+typedef RUNA1_HANDLE STRMSTR; /* a string stream; a text resource is one too */
+typedef RUNA1_HANDLE TEXTRES;
+
+RUNA1_IMPORT(STRMSTR) strmstr_Create(const char* text, int32_t length); /* length 0: up to the NUL */
+RUNA1_IMPORT(STRMSTR) strmstr_LoadText(KFILE file);
+RUNA1_IMPORT(uint32_t) strmstr_Delete(STRMSTR stream);
+RUNA1_IMPORT(const char*) strmstr_GetBuffer(STRMSTR stream);
+RUNA1_IMPORT(int32_t) strmstr_GetLength(STRMSTR stream);
+RUNA1_IMPORT(int32_t) strmstr_GetIndex(STRMSTR stream);
+RUNA1_IMPORT(int32_t) strmstr_GetLastIndex(STRMSTR stream);
+RUNA1_IMPORT(uint32_t) strmstr_SetIndex(STRMSTR stream, int32_t index);
+RUNA1_IMPORT(uint32_t) strmstr_GetChar(STRMSTR stream);
+RUNA1_IMPORT(uint32_t) strmstr_GetCurrentChar(STRMSTR stream);
+RUNA1_IMPORT(uint32_t) strmstr_DisableSpace(STRMSTR stream);
+/* The three getters give a new stream that the caller deletes. */
+RUNA1_IMPORT(STRMSTR) strmstr_GetString(STRMSTR stream, uint32_t move);
+RUNA1_IMPORT(STRMSTR) strmstr_GetLine(STRMSTR stream, uint32_t move);
+RUNA1_IMPORT(STRMSTR) strmstr_GetEnclosedString(STRMSTR stream, uint32_t open, uint32_t close);
+/* A float, given back as its bit pattern. */
+RUNA1_IMPORT(uint32_t) strmstr_GetValue(STRMSTR stream);
+RUNA1_IMPORT(uint32_t) strmstr_IsNumberString(STRMSTR stream);
+RUNA1_IMPORT(int32_t) strmstr_GetInteger(STRMSTR stream);
+RUNA1_IMPORT(uint32_t) strmstr_SetSpaceCode(STRMSTR stream, const char* codes);
+RUNA1_IMPORT(uint32_t) strmstr_SetSeparateCode(STRMSTR stream, const char* codes);
+RUNA1_IMPORT(uint32_t) strmstr_IsOverflowIndex(STRMSTR stream);
+RUNA1_IMPORT(uint32_t) strmstr_IsSeparatorCode(STRMSTR stream, uint32_t code);
+RUNA1_IMPORT(uint32_t) strmstr_IsSeparator(STRMSTR stream);
+/* vsprintf: `arguments` is a va_list. */
+RUNA1_IMPORT(int32_t) strmstr_Format(char* buffer, const char* format, const void* arguments);
+
+RUNA1_IMPORT(TEXTRES) TextRes_ReadText(KFILE file);
+RUNA1_IMPORT(uint32_t) TextRes_Delete(TEXTRES res);
+RUNA1_IMPORT(int32_t) TextRes_GetLabelIndex(TEXTRES res, int32_t label);
+RUNA1_IMPORT(uint32_t) TextRes_MoveToLabel(TEXTRES res, int32_t label);
 
 /* ---- Images, views, fonts, z-buffer ------------------------------------------------------- */
 /* Images are Windows device-independent bitmaps, rows bottom-up; colours are 0x00RRGGBB.
