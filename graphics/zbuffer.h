@@ -31,7 +31,7 @@ class ZBuffer {
 
  private:
   uint32_t* Cells() const { return reinterpret_cast<uint32_t*>(info_.pixels); }
-  uint32_t CellCount() const { return info_.imageSize / 4; }
+  uint32_t CellCount() const { return blockSize_ / 4; }
 
   ImageInfo info_;
   uint8_t* block_;
