@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <utility>
 
 using namespace blit;
 
@@ -72,7 +71,7 @@ void blit::makeBlendTables(BlendTables& tables, uint32_t t) {
 
 void mqBlitMask8(const BlitJob& job) {
   uint8_t index = static_cast<uint8_t>(mqNearestColor(job.dstInfo, colourOf(job.srcInfo->bmiColors[1])));
-  // Any start will do for the dissolve of a mask; the core's seed gives a fresh one.
+  // Any start will do for the dissolve of a mask; the core's seed serves as one.
   drawTo8<Copy8>(job, ConstantIndex{index}, Random{static_cast<uint32_t>(mqLoadDitherSeed())});
 }
 
@@ -304,7 +303,7 @@ uint32_t mqFillRectangle(const BITMAPINFO* info, uint8_t* pixels, const ImageInf
   if (bits == 8) {
     uint8_t index = static_cast<uint8_t>(colour);
     if (t == 0) fill(job, Fill8{index});
-    // Any start will do for the dissolve of a fill; the core's seed gives a fresh one.
+    // Any start will do for the dissolve of a fill; the core's seed serves as one.
     else fill(job, DissolveFill8{index, t, Random{static_cast<uint32_t>(mqLoadDitherSeed())}});
     return 0;
   }

@@ -67,6 +67,12 @@ int32_t blendRowSSE2(uint8_t* dst, const uint8_t* src, const uint8_t* alpha, int
     __m128i a8 = load8(alpha + x);
     int zeros = _mm_movemask_epi8(_mm_cmpeq_epi8(a8, zero)) & 0xff;
     if (zeros == 0xff) continue;  // all eight invisible
+    int opaque = _mm_movemask_epi8(_mm_cmpeq_epi8(a8, _mm_set1_epi8(-1))) & 0xff;
+    if (opaque == 0xff && t == 0) {  // weight 0: the source as it is
+      store(dst, load(src));
+      store8(dst + 16, load8(src + 16));
+      continue;
+    }
     // A[a] = min(256, (0xff00 - (256 - t) * a) / 255); the division by 255 is exact as a
     // multiply-high by 0x8081 and a shift by 7 for every 16-bit numerator.
     __m128i a = _mm_unpacklo_epi8(a8, zero);

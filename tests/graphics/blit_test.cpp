@@ -177,9 +177,13 @@ TEST_F(BlitTest, PlainVectorAndReferenceAgreeOnRandomCases) {
       c.rect = RECT{left, top, left + int32_t(random() % (sw + 4)), top + int32_t(random() % (sh + 4))};
     }
     Plane alpha(sw, sh, c.alphaBits ? c.alphaBits : 8);
-    for (uint8_t& byte : alpha.bytes) {
-      uint32_t kind = random() % 4;  // runs of the two ends as well as values between
-      byte = kind == 0 ? 0 : kind == 1 ? 255 : uint8_t(random());
+    // Runs of the two ends as well as values between, so that whole groups of vector lanes
+    // are invisible or opaque.
+    size_t run = 1 + random() % 24;
+    for (size_t i = 0; i < alpha.bytes.size(); i += run) {
+      uint32_t kind = random() % 3;
+      for (size_t j = i; j < std::min(i + run, alpha.bytes.size()); ++j)
+        alpha.bytes[j] = kind == 0 ? 0 : kind == 1 ? 255 : uint8_t(random());
     }
     // Cells at the destination's pitch; rows of 8-bit destinations overlap, which the three
     // walk in the same order.
@@ -445,6 +449,76 @@ TEST(FillTest, TransparencyBlendsTrueColourAndFindsTheNearestIndex) {
   indexed.colours[5] = {200, 0, 0, 0};
   ASSERT_EQ(mqFillRectangle(indexed.info(), indexed.pixels.data(), nullptr, &row, 0x0000C0, 0, 0), 0u);
   EXPECT_TRUE(std::all_of(indexed.pixels.begin(), indexed.pixels.end(), [](uint8_t b) { return b == 5; }));
+}
+
+// The fill written out per pixel: rows from the rectangle's lowest screen row, the depth stored
+// one cell ahead.
+void referenceFill(TestBitmap& image, ImageInfo* z, RECT rect, uint32_t colour, uint32_t t,
+                   uint32_t depth) {
+  int32_t width = image.header.biWidth, height = image.header.biHeight;
+  uint32_t bits = image.header.biBitCount, pitch = pitchOf(width, bits);
+  int32_t left = std::max<int32_t>(std::min(rect.left, rect.right), 0);
+  int32_t right = std::min<int32_t>(std::max(rect.left, rect.right), width - 1);
+  int32_t top = std::max<int32_t>(std::min(rect.top, rect.bottom), 0);
+  int32_t bottom = std::min<int32_t>(std::max(rect.top, rect.bottom), height - 1);
+  uint8_t t1[256], t2[256];
+  mqMakeToneTable(t1, static_cast<int32_t>(t) - 256);
+  mqMakeToneTable(t2, -static_cast<int32_t>(t));
+  uint8_t bgr[3] = {uint8_t(colour), uint8_t(colour >> 8), uint8_t(colour >> 16)};
+  uint8_t index = uint8_t(mqNearestColor(image.info(), colour));
+  for (int32_t y = bottom; y >= top; --y) {
+    int32_t memoryRow = height - 1 - y;
+    for (int32_t x = left; x <= right; ++x) {
+      if (z) {
+        uint8_t* cell = z->pixels + memoryRow * z->pitch + x * 4;
+        uint32_t value;
+        std::memcpy(&value, cell, 4);
+        if (value <= depth) continue;
+        std::memcpy(cell + 4, &depth, 4);
+      }
+      uint8_t* p = image.pixels.data() + memoryRow * pitch + x * (bits / 8);
+      if (bits == 8) *p = index;
+      for (uint32_t i = 0; bits == 24 && i < 3; ++i) p[i] = t == 0 ? bgr[i] : uint8_t(t1[p[i]] + t2[bgr[i]]);
+    }
+  }
+}
+
+TEST(FillTest, AgreesWithTheReferenceOnRandomRectangles) {
+  std::mt19937 random(9);
+  for (int n = 0; n < 2000; ++n) {
+    uint16_t bits = n % 2 ? 24 : 8;
+    int32_t width = 1 + random() % 80, height = 1 + random() % 6;
+    TestBitmap image = makeImage(width, height, bits, random);
+    uint32_t t = bits == 8 || random() % 2 ? 0 : 1 + random() % 255;
+    bool useZ = random() % 2;
+    uint32_t colour = random() & 0xffffff, depth = random() % 4;
+    RECT rect{int32_t(random() % (width + 10)) - 5, int32_t(random() % (height + 4)) - 2,
+              int32_t(random() % (width + 10)) - 5, int32_t(random() % (height + 4)) - 2};
+    Plane cells(width, height, 32, 0, 4);
+    for (uint8_t& byte : cells.bytes) byte = uint8_t(random() % 4);
+    TestBitmap expected = image;
+    Plane expectedCells = cells;
+    expectedCells.info.pixels = expectedCells.bytes.data();
+    RECT clipped = rect;
+    ASSERT_EQ(mqFillRectangle(image.info(), image.pixels.data(), useZ ? &cells.info : nullptr,
+                              &clipped, colour, t, depth), 0u);
+    bool hit = std::max(rect.left, rect.right) >= 0 && std::min(rect.left, rect.right) < width &&
+               std::max(rect.top, rect.bottom) >= 0 && std::min(rect.top, rect.bottom) < height;
+    if (hit) referenceFill(expected, useZ ? &expectedCells.info : nullptr, rect, colour, t, depth);
+    ASSERT_EQ(image.pixels, expected.pixels) << "case " << n;
+    ASSERT_EQ(cells.bytes, expectedCells.bytes) << "case " << n;
+  }
+}
+
+TEST(FillTest, TransparencyOnIndicesDissolves) {
+  TestBitmap image(256, 16, 8);
+  image.header.biSizeImage = static_cast<uint32_t>(image.pixels.size());
+  image.colours[1] = {255, 255, 255, 0};
+  RECT all{0, 0, 255, 15};
+  ASSERT_EQ(mqFillRectangle(image.info(), image.pixels.data(), nullptr, &all, 0xffffff, 128, 0), 0u);
+  size_t drawn = std::count(image.pixels.begin(), image.pixels.end(), 1);
+  EXPECT_GT(drawn, 1700u);
+  EXPECT_LT(drawn, 2400u) << "about half of 4096";
 }
 
 TEST(FillTest, DepthRunsOneColumnOutOfStepAndNeedsAFartherCell) {
