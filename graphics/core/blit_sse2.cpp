@@ -10,8 +10,6 @@ namespace {
 
 __m128i load(const uint8_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
 void store(uint8_t* p, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
-__m128i load8(const uint8_t* p) { return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)); }
-void store8(uint8_t* p, __m128i v) { _mm_storel_epi64(reinterpret_cast<__m128i*>(p), v); }
 
 // (v * factor) >> 8 on the 16-bit lanes; products stay below 65536.
 __m128i scale(__m128i v, __m128i factor) { return _mm_srli_epi16(_mm_mullo_epi16(v, factor), 8); }
@@ -44,6 +42,73 @@ struct Pattern {
   }
 };
 
+// A[a] = min(256, (0xff00 - (256 - t) * a) / 255) for eight alphas in 16-bit lanes; the
+// division by 255 is exact as a multiply-high by 0x8081 and a shift by 7 for every 16-bit
+// numerator.
+__m128i alphaWeights(__m128i a, __m128i take) {
+  __m128i numerator = _mm_sub_epi16(_mm_set1_epi16(static_cast<short>(0xff00)), _mm_mullo_epi16(a, take));
+  __m128i weight = _mm_srli_epi16(_mm_mulhi_epu16(numerator, _mm_set1_epi16(static_cast<short>(0x8081))), 7);
+  return _mm_min_epi16(weight, _mm_set1_epi16(256));
+}
+
+// Spreads eight weights over the 24 channel lanes of their pixels: w0 w0 w0 w1 w1 w1 w2 w2 | ...
+void spreadOverChannels(__m128i w, __m128i out[3]) {
+  __m128i lowHalves = _mm_unpacklo_epi64(w, w), highHalves = _mm_unpackhi_epi64(w, w);
+  out[0] = _mm_shufflehi_epi16(_mm_shufflelo_epi16(lowHalves, _MM_SHUFFLE(1, 0, 0, 0)),
+                               _MM_SHUFFLE(2, 2, 1, 1));
+  out[1] = _mm_shufflehi_epi16(_mm_shufflelo_epi16(w, _MM_SHUFFLE(3, 3, 3, 2)),
+                               _MM_SHUFFLE(1, 0, 0, 0));
+  out[2] = _mm_shufflehi_epi16(_mm_shufflelo_epi16(highHalves, _MM_SHUFFLE(2, 2, 1, 1)),
+                               _MM_SHUFFLE(3, 3, 3, 2));
+}
+
+// Blends 48 bytes (16 pixels) with their six spread weights. Where a group has an alpha of 0
+// (a weight of 256), the source of those pixels is masked out: the destination stays.
+template <bool kToned, bool kMasked>
+void blendGroup(uint8_t* dst, const uint8_t* src, const __m128i weight[6], __m128i take) {
+  const __m128i zero = _mm_setzero_si128(), full = _mm_set1_epi16(256);
+  for (int i = 0; i < 3; ++i) {
+    __m128i d = load(dst + 16 * i), s = load(src + 16 * i);
+    __m128i lowWeight = weight[2 * i], highWeight = weight[2 * i + 1];
+    __m128i low = _mm_unpacklo_epi8(s, zero), high = _mm_unpackhi_epi8(s, zero);
+    if (kToned) {
+      low = scale(low, take);
+      high = scale(high, take);
+    }
+    if (kMasked) {
+      low = _mm_andnot_si128(_mm_cmpeq_epi16(lowWeight, full), low);
+      high = _mm_andnot_si128(_mm_cmpeq_epi16(highWeight, full), high);
+    }
+    low = _mm_add_epi16(scale(_mm_unpacklo_epi8(d, zero), lowWeight), low);
+    high = _mm_add_epi16(scale(_mm_unpackhi_epi8(d, zero), highWeight), high);
+    store(dst + 16 * i, _mm_packus_epi16(low, high));
+  }
+}
+
+// 16 pixels per step. Untoned sources are added as they are.
+template <bool kToned>
+int32_t blendRow(uint8_t* dst, const uint8_t* src, const uint8_t* alpha, int32_t pixels,
+                 uint32_t t) {
+  const __m128i zero = _mm_setzero_si128();
+  const __m128i take = _mm_set1_epi16(static_cast<short>(256 - t));
+  int32_t x = 0;
+  for (; x + 16 <= pixels; x += 16, dst += 48, src += 48) {
+    __m128i a = load(alpha + x);
+    int zeros = _mm_movemask_epi8(_mm_cmpeq_epi8(a, zero));
+    if (zeros == 0xffff) continue;  // all invisible
+    if (!kToned && _mm_movemask_epi8(_mm_cmpeq_epi8(a, _mm_set1_epi8(-1))) == 0xffff) {
+      for (int i = 0; i < 48; i += 16) store(dst + i, load(src + i));  // weight 0: the source
+      continue;
+    }
+    __m128i weight[6];
+    spreadOverChannels(alphaWeights(_mm_unpacklo_epi8(a, zero), take), weight);
+    spreadOverChannels(alphaWeights(_mm_unpackhi_epi8(a, zero), take), weight + 3);
+    if (zeros) blendGroup<kToned, true>(dst, src, weight, take);
+    else blendGroup<kToned, false>(dst, src, weight, take);
+  }
+  return x;
+}
+
 }  // namespace
 
 int32_t toneRowSSE2(uint8_t* dst, const uint8_t* src, int32_t pixels, uint32_t t) {
@@ -57,50 +122,7 @@ int32_t toneRowSSE2(uint8_t* dst, const uint8_t* src, int32_t pixels, uint32_t t
 
 int32_t blendRowSSE2(uint8_t* dst, const uint8_t* src, const uint8_t* alpha, int32_t pixels,
                      uint32_t t) {
-  const __m128i zero = _mm_setzero_si128();
-  const __m128i take = _mm_set1_epi16(static_cast<short>(256 - t));
-  const __m128i top = _mm_set1_epi16(static_cast<short>(0xff00));
-  const __m128i full = _mm_set1_epi16(256);
-  const __m128i by255 = _mm_set1_epi16(static_cast<short>(0x8081));
-  int32_t x = 0;
-  for (; x + 8 <= pixels; x += 8, dst += 24, src += 24) {
-    __m128i a8 = load8(alpha + x);
-    int zeros = _mm_movemask_epi8(_mm_cmpeq_epi8(a8, zero)) & 0xff;
-    if (zeros == 0xff) continue;  // all eight invisible
-    int opaque = _mm_movemask_epi8(_mm_cmpeq_epi8(a8, _mm_set1_epi8(-1))) & 0xff;
-    if (opaque == 0xff && t == 0) {  // weight 0: the source as it is
-      store(dst, load(src));
-      store8(dst + 16, load8(src + 16));
-      continue;
-    }
-    // A[a] = min(256, (0xff00 - (256 - t) * a) / 255); the division by 255 is exact as a
-    // multiply-high by 0x8081 and a shift by 7 for every 16-bit numerator.
-    __m128i a = _mm_unpacklo_epi8(a8, zero);
-    __m128i weight = _mm_srli_epi16(
-        _mm_mulhi_epu16(_mm_sub_epi16(top, _mm_mullo_epi16(a, take)), by255), 7);
-    weight = _mm_min_epi16(weight, full);
-    // Spread the eight weights over the 24 channel lanes: w0 w0 w0 w1 w1 w1 w2 w2 | ...
-    __m128i lowHalves = _mm_unpacklo_epi64(weight, weight);
-    __m128i highHalves = _mm_unpackhi_epi64(weight, weight);
-    __m128i w0 = _mm_shufflehi_epi16(_mm_shufflelo_epi16(lowHalves, _MM_SHUFFLE(1, 0, 0, 0)),
-                                     _MM_SHUFFLE(2, 2, 1, 1));
-    __m128i w1 = _mm_shufflehi_epi16(_mm_shufflelo_epi16(weight, _MM_SHUFFLE(3, 3, 3, 2)),
-                                     _MM_SHUFFLE(1, 0, 0, 0));
-    __m128i w2 = _mm_shufflehi_epi16(_mm_shufflelo_epi16(highHalves, _MM_SHUFFLE(2, 2, 1, 1)),
-                                     _MM_SHUFFLE(3, 3, 3, 2));
-    __m128i d = load(dst), dTail = load8(dst + 16);
-    __m128i s = load(src), sTail = load8(src + 16);
-    // A weight of 256 marks alpha 0: the destination stays and the source adds nothing.
-    __m128i s0 = _mm_andnot_si128(_mm_cmpeq_epi16(w0, full), scale(_mm_unpacklo_epi8(s, zero), take));
-    __m128i s1 = _mm_andnot_si128(_mm_cmpeq_epi16(w1, full), scale(_mm_unpackhi_epi8(s, zero), take));
-    __m128i s2 = _mm_andnot_si128(_mm_cmpeq_epi16(w2, full), scale(_mm_unpacklo_epi8(sTail, zero), take));
-    __m128i r0 = _mm_add_epi16(scale(_mm_unpacklo_epi8(d, zero), w0), s0);
-    __m128i r1 = _mm_add_epi16(scale(_mm_unpackhi_epi8(d, zero), w1), s1);
-    __m128i r2 = _mm_add_epi16(scale(_mm_unpacklo_epi8(dTail, zero), w2), s2);
-    store(dst, _mm_packus_epi16(r0, r1));
-    store8(dst + 16, _mm_packus_epi16(r2, r2));
-  }
-  return x;
+  return t == 0 ? blendRow<false>(dst, src, alpha, pixels, t) : blendRow<true>(dst, src, alpha, pixels, t);
 }
 
 int32_t fillRow24SSE2(uint8_t* dst, int32_t pixels, const uint8_t colour[3]) {
