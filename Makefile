@@ -20,13 +20,14 @@ $(BUILD)/asan/build.ninja: | deps
 
 $(BUILD)/win32/build.ninja: | deps
 	@cmake -S . -B $(BUILD)/win32 $(GENERATOR) $(CMAKE_COMMON) \
-	  -DCMAKE_TOOLCHAIN_FILE=cmake/mingw32.cmake >/dev/null
+	  -DCMAKE_TOOLCHAIN_FILE=cmake/mingw32.cmake -DZPELINK_EXECUTABLE=$(abspath $(BUILD))/native/bin/zpelink >/dev/null
 
 native: $(BUILD)/native/build.ninja
 	@cmake --build $(BUILD)/native -j $(JOBS)
 asan: $(BUILD)/asan/build.ninja
 	@cmake --build $(BUILD)/asan -j $(JOBS)
-win32: $(BUILD)/win32/build.ninja
+# The win32 build links its test modules with the native zpelink.
+win32: $(BUILD)/win32/build.ninja native
 	@cmake --build $(BUILD)/win32 -j $(JOBS)
 
 build: native asan win32

@@ -1,4 +1,14 @@
-// Entry of runa1.exe.
-#include "base/os/win32_types.h"
+// Entry of runa1.exe: the application object, its command line and its run.
+#include "base/os/os.h"
+#include "host/app/zpk_app.h"
 
-int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int) { return 0; }
+namespace {
+
+CZPKApp theApp;
+
+}  // namespace
+
+int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int) {
+  theApp.InitInstance(os::commandLineArguments());
+  return theApp.Run();
+}

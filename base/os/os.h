@@ -71,6 +71,28 @@ void writeDiagnostic(const std::string& utf8Line);
 // running under a terminal or Wine see it. `text` is Shift-JIS.
 void debugOutput(const char* text);
 
+// A file-open dialog (the host's module chooser). `filter` is "Name|pattern|...||" text;
+// `flags` are OFN_* values. Gives false when the user cancels; with RUNA1_AUTO_ANSWER set it
+// shows nothing and answers Cancel, after one diagnostic line.
+bool chooseFileToOpen(const char* filter, const char* defaultExtension, uint32_t flags, std::string* path);
+
+// ---- Process -------------------------------------------------------------------------------
+// The command line behind the program's own name, in Shift-JIS.
+std::string commandLineArguments();
+bool setCurrentDirectory(const char* path);
+// The working directory, at most `maxLength` characters; empty on failure.
+std::string currentDirectory(uint32_t maxLength);
+
+// ---- Code and libraries --------------------------------------------------------------------
+// Memory that is readable, writable and executable as one region; null on failure.
+void* allocateExecutable(size_t bytes);
+void freeExecutable(void* block);
+// Libraries by file name (Shift-JIS), their procedures by name, and the executable itself.
+void* loadLibrary(const char* name);
+void* libraryProcedure(void* library, const char* name);
+void freeLibrary(void* library);
+void* processModule();
+
 // ---- Process heap --------------------------------------------------------------------------
 void* heapAlloc(size_t bytes, bool zero);
 void* heapRealloc(void* block, size_t bytes);

@@ -1,5 +1,7 @@
 // POSIX side of the platform seam.
+#include <dlfcn.h>
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <iconv.h>
 #include <signal.h>
 #include <sys/stat.h>
@@ -340,6 +342,67 @@ void writeDiagnostic(const std::string& utf8Line) {
 }
 
 void debugOutput(const char* text) { writeDiagnostic(shiftJisToUtf8(text)); }
+
+}  // namespace os
+
+
+namespace os {
+
+bool chooseFileToOpen(const char* filter, const char*, uint32_t, std::string*) {
+  // No dialogs here: the answer is Cancel, as with RUNA1_AUTO_ANSWER.
+  writeDiagnostic("runa1: file dialog \"" + shiftJisToUtf8(filter) + "\": cancel\n");
+  return false;
+}
+
+std::string commandLineArguments() {
+  std::string line;
+  FILE* file = std::fopen("/proc/self/cmdline", "rb");
+  if (!file) return line;
+  std::string all;
+  char chunk[512];
+  size_t got;
+  while ((got = std::fread(chunk, 1, sizeof chunk, file)) > 0) all.append(chunk, got);
+  std::fclose(file);
+  size_t at = all.find('\0');  // behind the program's own name
+  while (at != std::string::npos && at + 1 < all.size()) {
+    size_t end = all.find('\0', at + 1);
+    if (!line.empty()) line += ' ';
+    line += all.substr(at + 1, end - at - 1);
+    at = end;
+  }
+  return line;
+}
+
+bool setCurrentDirectory(const char* path) { return chdir(path) == 0; }
+
+std::string currentDirectory(uint32_t maxLength) {
+  std::vector<char> buffer(static_cast<size_t>(maxLength) + 1);
+  return getcwd(buffer.data(), buffer.size()) ? std::string(buffer.data()) : std::string();
+}
+
+void* allocateExecutable(size_t bytes) {
+  // Module code is 32-bit x86 and never runs here; the image only needs to be readable and
+  // writable, but stays one mapping as on Windows.
+  void* block = mmap(nullptr, bytes + 16, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (block == MAP_FAILED) return nullptr;
+  std::memcpy(block, &bytes, sizeof bytes);  // the length, for the unmapping
+  return static_cast<char*>(block) + 16;
+}
+
+void freeExecutable(void* block) {
+  if (!block) return;
+  char* start = static_cast<char*>(block) - 16;
+  size_t bytes;
+  std::memcpy(&bytes, start, sizeof bytes);
+  munmap(start, bytes + 16);
+}
+
+void* loadLibrary(const char* name) { return dlopen(name, RTLD_NOW | RTLD_LOCAL); }
+void* libraryProcedure(void* library, const char* name) { return dlsym(library, name); }
+void freeLibrary(void* library) {
+  if (library) dlclose(library);
+}
+void* processModule() { return dlopen(nullptr, RTLD_NOW); }
 
 }  // namespace os
 

@@ -1,5 +1,6 @@
 // Win32 side of the platform seam. Text inside the engine is Shift-JIS: file names cross the
 // boundary through code page 932 and the wide functions, so the host works under any locale.
+#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -223,6 +224,80 @@ void writeDiagnostic(const std::string& utf8Line) {
 }
 
 void debugOutput(const char* text) { writeDiagnostic(shiftJisToUtf8(text)); }
+
+}  // namespace os
+
+
+namespace os {
+
+bool chooseFileToOpen(const char* filter, const char* defaultExtension, uint32_t flags, std::string* path) {
+  const char* answer = std::getenv("RUNA1_AUTO_ANSWER");
+  if (answer && *answer) {
+    writeDiagnostic("runa1: file dialog \"" + shiftJisToUtf8(filter) + "\": cancel\n");
+    return false;
+  }
+  // The dialog wants the filter's parts NUL-separated where the text has bars.
+  std::wstring wideFilter = widen(filter);
+  for (wchar_t& c : wideFilter)
+    if (c == L'|') c = L'\0';
+  std::wstring extension = widen(defaultExtension);
+  if (!extension.empty() && extension[0] == L'.') extension.erase(0, 1);
+  wchar_t chosen[MAX_PATH * 4] = {};
+  OPENFILENAMEW request{};
+  request.lStructSize = sizeof request;
+  request.lpstrFilter = wideFilter.c_str();
+  request.lpstrFile = chosen;
+  request.nMaxFile = sizeof chosen / sizeof chosen[0];
+  request.lpstrDefExt = extension.c_str();
+  request.Flags = flags | OFN_EXPLORER;
+  if (!GetOpenFileNameW(&request)) return false;
+  *path = narrow(chosen, -1);
+  if (!path->empty() && path->back() == '\0') path->pop_back();
+  return true;
+}
+
+std::string commandLineArguments() {
+  const wchar_t* line = GetCommandLineW();
+  // The program's name ends at its closing quote, or at the first blank when unquoted.
+  if (*line == L'"') {
+    ++line;
+    while (*line && *line != L'"') ++line;
+    if (*line) ++line;
+  } else {
+    while (*line > L' ') ++line;
+  }
+  while (*line && *line <= L' ') ++line;
+  return narrow(line, -1).c_str();
+}
+
+bool setCurrentDirectory(const char* path) { return SetCurrentDirectoryW(widen(path).c_str()) != 0; }
+
+std::string currentDirectory(uint32_t maxLength) {
+  std::wstring buffer(static_cast<size_t>(maxLength) + 1, L'\0');
+  DWORD length = GetCurrentDirectoryW(maxLength, buffer.data());
+  if (length == 0 || length >= maxLength) return {};
+  return narrow(buffer.c_str(), static_cast<int>(length));
+}
+
+void* allocateExecutable(size_t bytes) {
+  return VirtualAlloc(nullptr, bytes, MEM_COMMIT | MEM_RESERVE, PAGE_EXECUTE_READWRITE);
+}
+
+void freeExecutable(void* block) {
+  if (block) VirtualFree(block, 0, MEM_RELEASE);
+}
+
+void* loadLibrary(const char* name) { return LoadLibraryW(widen(name).c_str()); }
+
+void* libraryProcedure(void* library, const char* name) {
+  return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(library), name));
+}
+
+void freeLibrary(void* library) {
+  if (library) FreeLibrary(static_cast<HMODULE>(library));
+}
+
+void* processModule() { return GetModuleHandleW(nullptr); }
 
 }  // namespace os
 

@@ -10,6 +10,7 @@
 #define NOMINMAX
 #endif
 #include <windows.h>
+#include <commdlg.h>
 #else
 #include <cstdint>
 
@@ -57,6 +58,10 @@ using HANDLE = void*;
 #define IDNO 7
 #define IDTRYAGAIN 10
 #define IDCONTINUE 11
+
+// File dialog flags.
+#define OFN_OVERWRITEPROMPT 0x2u
+#define OFN_HIDEREADONLY 0x4u
 
 struct SYSTEMTIME {
   WORD wYear;

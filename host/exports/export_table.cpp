@@ -7,6 +7,7 @@
 #include "host/exports/drawing_core.h"
 #include "host/exports/file.h"
 #include "host/exports/graphic.h"
+#include "host/exports/module.h"
 #include "host/exports/numeric.h"
 #include "host/exports/services.h"
 #include "host/exports/text.h"
@@ -27,6 +28,16 @@ const ExportEntry kRows[] = {
     RUNA1_EXPORT_ROW(File_GetFilePath, 8),
     RUNA1_EXPORT_ROW(File_GetFileHandle, 4),
     // Module loader and host services
+    RUNA1_EXPORT_ROW(ZPK_LoadZPKModuleFile, 4),
+    RUNA1_EXPORT_ROW(ZPK_DeleteZPKModule, 4),
+    RUNA1_EXPORT_ROW(ZPK_GetProcedureAddress, 8),
+    RUNA1_EXPORT_ROW(ZPK_GetVariableAddress, 8),
+    RUNA1_EXPORT_ROW(ZPK_CallProcedure, 16),
+    RUNA1_EXPORT_ROW(ZPK_GetLastErrorMessage, 4),
+    RUNA1_EXPORT_ROW(ZPK_GetBaseDirectory, 4),
+    RUNA1_EXPORT_ROW(ZPK_GetResourceID, 8),
+    RUNA1_EXPORT_ROW(ZPK_GetResourceLength, 8),
+    RUNA1_EXPORT_ROW(ZPK_OpenResource, 8),
     RUNA1_EXPORT_ROW(ZPK_SetRegistryKey, 8),
     RUNA1_EXPORT_ROW(ZPK_GetProfileInt, 12),
     RUNA1_EXPORT_ROW(ZPK_WriteProfileInt, 12),

@@ -40,6 +40,25 @@ RUNA1_IMPORT(uint32_t) File_GetFilePath(KFILE file, char* buffer);
 RUNA1_IMPORT(void*) File_GetFileHandle(KFILE file);
 
 /* ---- Module loader and host services ----------------------------------------------------- */
+typedef RUNA1_HANDLE ZPKMODULE; /* a loaded module; StartingProc receives its own */
+
+/* Conventions of ZPK_CallProcedure. */
+#define ZPK_CALL_STDCALL 0  /* the callee pops */
+#define ZPK_CALL_CDECL 1    /* the caller pops */
+#define ZPK_CALL_THISCALL 2 /* arguments[0] in ECX, the rest pushed */
+
+RUNA1_IMPORT(ZPKMODULE) ZPK_LoadZPKModuleFile(const char* path);
+RUNA1_IMPORT(uint32_t) ZPK_DeleteZPKModule(ZPKMODULE module);
+RUNA1_IMPORT(void*) ZPK_GetProcedureAddress(ZPKMODULE module, const char* name);
+RUNA1_IMPORT(void*) ZPK_GetVariableAddress(ZPKMODULE module, const char* name);
+RUNA1_IMPORT(uint32_t) ZPK_CallProcedure(void* procedure, uint32_t count, const uint32_t* arguments,
+                                         uint32_t convention);
+RUNA1_IMPORT(const char*) ZPK_GetLastErrorMessage(ZPKMODULE module);
+RUNA1_IMPORT(const char*) ZPK_GetBaseDirectory(ZPKMODULE module);
+RUNA1_IMPORT(uint32_t) ZPK_GetResourceID(ZPKMODULE module, const char* name);
+RUNA1_IMPORT(uint32_t) ZPK_GetResourceLength(ZPKMODULE module, int32_t id);
+RUNA1_IMPORT(KFILE) ZPK_OpenResource(ZPKMODULE module, int32_t id);
+
 /* Profile: per-user values under company, application, section, entry. The company is
  * "Orvik Soft" until ZPK_SetRegistryKey names another. ZPK_GetProfileString returns a copy on
  * the process heap (HeapFree(GetProcessHeap(), 0, text) when done). Writing a null value

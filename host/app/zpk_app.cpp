@@ -1,0 +1,84 @@
+#include "host/app/zpk_app.h"
+
+#include <thread>
+
+#include "base/library.h"
+#include "base/os/os.h"
+#include "host/app/command_line.h"
+#include "host/display_environment.h"
+#include "host/exports/numeric.h"
+#include "host/module/zpk_text.h"
+
+namespace {
+
+constexpr uint32_t kCurrentDirectoryLength = 0x3FF;
+
+}  // namespace
+
+std::string debugRecordFileNameOf(const std::string& modulePath, const std::string& moduleDirectory) {
+  size_t nameStart = modulePath.find_last_of("\\/");
+  std::string title = modulePath.substr(nameStart == std::string::npos ? 0 : nameStart + 1);
+  size_t stop = title.rfind('.');
+  if (stop != std::string::npos) title.erase(stop);
+  return moduleDirectory + title + ".drt";
+}
+
+CZPKApp::CZPKApp() { vkInitialize(VK_LIBRARY_VERSION); }
+
+CZPKApp::~CZPKApp() { vkUninitialize(); }
+
+bool CZPKApp::InitInstance(const std::string& commandLine) {
+  debugFlag_ = 0;
+  baseDirectoryGiven_ = false;
+  CommandLine line = scanCommandLine(commandLine);
+  for (const std::string& text : line.debugLines) os::debugOutput(text.c_str());
+  moduleFileName_ = line.moduleName;
+  baseDirectory_ = line.baseDirectory;
+  baseDirectoryGiven_ = line.baseDirectoryGiven;
+  debugRecordFileName_.clear();
+  return true;
+}
+
+int CZPKApp::Run() {
+  if (moduleFileName_.empty() &&
+      !os::chooseFileToOpen(kModuleFilter, ".zpe", OFN_HIDEREADONLY | OFN_OVERWRITEPROMPT, &moduleFileName_))
+    return 0;
+  if (module_.Load(moduleFileName_.c_str()) != CZPKModule::kLoaded) {
+    os::messageBox(module_.GetLastErrorMessage(), zpk_text::kLoaderCaption, MB_ICONEXCLAMATION);
+    return 0;
+  }
+  if (debugRecordFileName_.empty())
+    debugRecordFileName_ = debugRecordFileNameOf(module_.GetPath(), module_.GetBaseDirectory());
+
+  if (baseDirectoryGiven_) {
+    // A directory that cannot be entered is not reported: the working directory stays.
+    os::setCurrentDirectory(baseDirectory_.c_str());
+    baseDirectory_ = os::currentDirectory(kCurrentDirectoryLength);
+    char separator = !baseDirectory_.empty() && baseDirectory_[0] == '/' ? '/' : '\\';
+    if (!baseDirectory_.empty() && baseDirectory_.back() != separator) baseDirectory_ += separator;
+    module_.SetBaseDirectory(baseDirectory_.c_str());
+  }
+  os::setCurrentDirectory(module_.GetBaseDirectory());
+
+  KDisplayEnvironment display;  // gives the display mode and the cursor back at the end
+  float_Init();
+  // The window request and ready events, the message loop and the main frame join here with
+  // the module thread and main window; until then the host ends when StartingProc returns.
+  std::thread moduleThread(&CZPKApp::RunModuleThread, this);
+  moduleThread.join();
+
+  module_.Delete();  // the finaliser runs on this thread
+  return 0;
+}
+
+void CZPKApp::RunModuleThread() {
+  void* startingProc = module_.GetStartingProc();
+  if (!startingProc) {
+    os::messageBox(zpk_text::kNoStartingProc, zpk_text::kLoaderCaption, MB_ICONEXCLAMATION);
+    return;
+  }
+  vkAttachThread();
+  uint32_t handle = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(&module_));
+  systemModulePlatform().callProcedure(startingProc, 1, &handle, 0);
+  vkDetachThread();
+}

@@ -1,0 +1,43 @@
+// CZPKApp: the application, once per process. InitInstance scans the command line; Run
+// loads the main module, fixes the base and working directories, runs the module's
+// StartingProc on a thread of its own, and tears everything down when it returns.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "host/module/zpk_module.h"
+
+class CZPKApp {
+ public:
+  // Starts the library before anything else of it runs; the destructor takes it down.
+  CZPKApp();
+  ~CZPKApp();
+  CZPKApp(const CZPKApp&) = delete;
+  CZPKApp& operator=(const CZPKApp&) = delete;
+
+  // Scans `commandLine` (Shift-JIS, without the program's name). Always true.
+  bool InitInstance(const std::string& commandLine);
+  // The process's exit code.
+  int Run();
+
+  CZPKModule& GetMainModule() { return module_; }
+  const std::string& GetDebugRecordFileName() const { return debugRecordFileName_; }
+
+ private:
+  void RunModuleThread();
+
+  std::string moduleFileName_;
+  uint32_t debugFlag_ = 0;  // nothing sets it in this configuration
+  std::string debugRecordFileName_;
+  bool baseDirectoryGiven_ = false;
+  std::string baseDirectory_;
+  CZPKModule module_;
+};
+
+// The module chooser's filter, as the dialog seam takes it.
+inline constexpr const char kModuleFilter[] = "Z.P.K.Module (*.zpe)|*.zpe|All Files (*.*)|*.*||";
+
+// The debug record file name of a module: its directory, its file title (the name behind the
+// last separator less everything from its last full stop) and ".drt".
+std::string debugRecordFileNameOf(const std::string& modulePath, const std::string& moduleDirectory);

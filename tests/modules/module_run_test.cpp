@@ -1,0 +1,139 @@
+// Runs runa1.exe on the test modules, with every box answered automatically, and checks the
+// exit code, what the modules reported and what the host wrote to its diagnostics.
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "base/os/os.h"
+#include "tests/temp_dir.h"
+
+namespace {
+
+struct Outcome {
+  DWORD exitCode = 0xFFFFFFFF;
+  std::string diagnostics;  // the host's stderr, UTF-8
+};
+
+std::wstring wide(const std::string& utf8) {
+  int count = MultiByteToWideChar(CP_UTF8, 0, utf8.c_str(), -1, nullptr, 0);
+  std::wstring text(static_cast<size_t>(count), L'\0');
+  MultiByteToWideChar(CP_UTF8, 0, utf8.c_str(), -1, text.data(), count);
+  text.resize(static_cast<size_t>(count - 1));
+  return text;
+}
+
+std::string modulePath(const std::string& name) { return std::string(MODULE_DIR) + "/" + name + ".zpe"; }
+
+// Starts runa1.exe with `arguments` (UTF-8) in `directory` and waits for its end.
+Outcome runHost(const std::string& arguments, const TempDir& directory) {
+  SetEnvironmentVariableW(L"RUNA1_AUTO_ANSWER", L"ok");
+  std::string errorPath = directory.file("stderr.txt");
+  SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
+  HANDLE error = CreateFileW(wide(errorPath).c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherit, CREATE_ALWAYS,
+                             FILE_ATTRIBUTE_NORMAL, nullptr);
+  STARTUPINFOW startup{};
+  startup.cb = sizeof startup;
+  startup.dwFlags = STARTF_USESTDHANDLES;
+  startup.hStdError = error;
+  startup.hStdOutput = error;
+  startup.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
+  std::wstring line = L"\"" + wide(RUNA1_EXE) + L"\" " + wide(arguments);
+  PROCESS_INFORMATION process{};
+  Outcome outcome;
+  if (CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr,
+                     wide(directory.path().string()).c_str(), &startup, &process)) {
+    WaitForSingleObject(process.hProcess, 60000);
+    GetExitCodeProcess(process.hProcess, &outcome.exitCode);
+    CloseHandle(process.hThread);
+    CloseHandle(process.hProcess);
+  }
+  CloseHandle(error);
+  outcome.diagnostics = directory.read("stderr.txt");
+  return outcome;
+}
+
+std::string inQuotes(const std::string& text) { return "\"" + text + "\""; }
+
+TEST(ModuleRunTest, MainModuleRunsInitialiserStartingProcAndFinaliserInOrder) {
+  TempDir work;
+  TempDir base;
+  std::filesystem::copy_file(modulePath("second_module"), base.file("second.zpe"));
+  std::filesystem::copy_file(std::string(MODULE_SOURCE_DIR) + "/outside.txt", base.file("outside.txt"));
+  Outcome outcome = runHost("/BASEDIR=" + inQuotes(base.path().string()) + " " + inQuotes(modulePath("host_module")), work);
+  EXPECT_EQ(outcome.exitCode, 0u) << outcome.diagnostics;
+  // The initialiser opened the log before BASEDIR changed the working directory; the
+  // module found second.zpe and outside.txt in the base directory afterwards.
+  EXPECT_EQ(work.read("run.log"),
+            "ok init\n"
+            "ok own-thread\n"
+            "ok handle\n"
+            "ok variable\n"
+            "ok missing-procedure\n"
+            "ok base-directory\n"
+            "ok resource-length\n"
+            "ok resource-embedded\n"
+            "ok resource-external\n"
+            "ok resource-missing\n"
+            "ok load-missing-module\n"
+            "ok load-second-module\n"
+            "ok second-initialised\n"
+            "ok call-stdcall\n"
+            "ok call-cdecl\n"
+            "ok call-thiscall\n"
+            "ok call-wrong-convention\n"
+            "ok call-no-arguments\n"
+            "ok delete-second-module\n"
+            "ok fini-on-main-thread\n")
+      << outcome.diagnostics;
+}
+
+TEST(ModuleRunTest, LoadFailuresShowTheModulesMessageAndExitWithZero) {
+  TempDir work;
+  std::string bad = work.write("bad.zpe", "Vomar, not a module");
+  const std::string caption = "runa1: message box \"Z.P.K.モジュールローダ\": ";
+  struct Case {
+    std::string argument;
+    std::string message;
+  } cases[] = {
+      {inQuotes(bad), "ファイルのフォーマットが不正です。"},
+      {"nothing-here.zpe", "nothing-here.zpeをオープンできません。"},
+      {inQuotes(modulePath("missing_library_module")), "NOSUCH.dll をロードできませんでした。"},
+      {inQuotes(modulePath("missing_import_module")), "_NoSuchExport@4 関数が見つかりません。"},
+  };
+  for (const Case& c : cases) {
+    Outcome outcome = runHost(c.argument, work);
+    EXPECT_EQ(outcome.exitCode, 0u) << c.argument;
+    EXPECT_NE(outcome.diagnostics.find(caption + c.message + "\n"), std::string::npos)
+        << c.argument << ": " << outcome.diagnostics;
+  }
+}
+
+TEST(ModuleRunTest, WithoutAModuleTheChooserIsCancelled) {
+  TempDir work;
+  Outcome outcome = runHost("", work);
+  EXPECT_EQ(outcome.exitCode, 0u);
+  EXPECT_NE(outcome.diagnostics.find("file dialog \"Z.P.K.Module (*.zpe)|*.zpe|All Files (*.*)|*.*||\": cancel"),
+            std::string::npos)
+      << outcome.diagnostics;
+}
+
+TEST(ModuleRunTest, CommandLineMessagesGoToTheDebugOutputOnly) {
+  TempDir work;
+  std::filesystem::copy_file(modulePath("quick_module"), work.file("quick.zpe"));
+  // A relative module name is found from the directory the process started in.
+  Outcome outcome = runHost("-debug /Drt /WHAT quick.zpe other.zpe", work);
+  EXPECT_EQ(outcome.exitCode, 0u);
+  const std::string& text = outcome.diagnostics;
+  size_t first = text.find("リリース版でデバッグ指定されています。\n");
+  ASSERT_NE(first, std::string::npos) << text;
+  EXPECT_NE(text.find("リリース版でデバッグ指定されています。\n", first + 1), std::string::npos) << text;
+  EXPECT_NE(text.find("スイッチの指定が不正です。WHAT\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("Z.P.K.モジュールファイル名が２つ以上指定されています。\n"), std::string::npos) << text;
+  EXPECT_EQ(text.find("message box"), std::string::npos) << "the first name is loaded: " << text;
+}
+
+}  // namespace
