@@ -367,7 +367,9 @@ struct MQDecoder {
     avail -= count;
     return v;
   }
-  bool exhausted() const { return next >= dataSize + 8 && avail == 0; }
+  // True once reading went further than the read-ahead of a real stream: a dictionary that
+  // runs on into the zeros behind the data is damage.
+  bool exhausted() const { return next > dataSize + 8; }
 };
 
 MQDecoder* mqOpenDecoder(void* statePointer, uint32_t size, const void* data, uint32_t mode,
