@@ -116,8 +116,10 @@ bool waitThread(Thread* thread, uint32_t milliseconds);
 // Gives up the handle; a thread that still runs goes on to its end.
 void closeThread(Thread* thread);
 // A thread created suspended, given `priority` (THREAD_PRIORITY_*; POSIX keeps the default)
-// and `stackSize` bytes of stack (0: the default), then resumed. Null on failure.
-Thread* startThread(ThreadEntry entry, void* argument, int32_t priority, uint32_t stackSize);
+// and `stackSize` bytes of stack (0: the default), then resumed; its exit code is the entry's
+// result. Null on failure.
+using ProcedureEntry = uint32_t (*)(void* argument);
+Thread* startThread(ProcedureEntry entry, void* argument, int32_t priority, uint32_t stackSize);
 // The system's handle (Win32 HANDLE; natively the object itself) and thread id.
 uintptr_t threadHandle(const Thread* thread);
 uint32_t threadId(const Thread* thread);

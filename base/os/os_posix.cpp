@@ -305,7 +305,7 @@ void initCommonControls() {}
 
 // The state is shared by the thread and its handle; whichever lets go last frees it.
 struct Thread {
-  ThreadEntry entry;
+  ProcedureEntry entry;
   void* argument;
   pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
   pthread_cond_t ended = PTHREAD_COND_INITIALIZER;
@@ -336,7 +336,7 @@ void* runThread(void* state) {
 
 }  // namespace
 
-Thread* startThread(ThreadEntry entry, void* argument, int32_t, uint32_t stackSize) {
+Thread* startThread(ProcedureEntry entry, void* argument, int32_t, uint32_t stackSize) {
   static std::atomic<uint32_t> lastId{0};
   Thread* thread = new Thread{entry, argument};
   thread->id = ++lastId;
@@ -353,8 +353,6 @@ Thread* startThread(ThreadEntry entry, void* argument, int32_t, uint32_t stackSi
   pthread_detach(id);
   return thread;
 }
-
-Thread* startThread(ThreadEntry entry, void* argument) { return startThread(entry, argument, 0, 0); }
 
 uintptr_t threadHandle(const Thread* thread) { return reinterpret_cast<uintptr_t>(thread); }
 uint32_t threadId(const Thread* thread) { return thread->id; }

@@ -183,20 +183,19 @@ namespace {
 
 // What the new thread runs; the thread frees it, so the handle can be closed at any time.
 struct ThreadStart {
-  ThreadEntry entry;
+  ProcedureEntry entry;
   void* argument;
 };
 
 DWORD WINAPI runThread(void* state) {
   ThreadStart start = *static_cast<ThreadStart*>(state);
   delete static_cast<ThreadStart*>(state);
-  start.entry(start.argument);
-  return 0;
+  return start.entry(start.argument);
 }
 
 }  // namespace
 
-Thread* startThread(ThreadEntry entry, void* argument, int32_t priority, uint32_t stackSize) {
+Thread* startThread(ProcedureEntry entry, void* argument, int32_t priority, uint32_t stackSize) {
   ThreadStart* start = new ThreadStart{entry, argument};
   DWORD id = 0;
   HANDLE handle = CreateThread(nullptr, stackSize, runThread, start, CREATE_SUSPENDED, &id);
@@ -209,10 +208,6 @@ Thread* startThread(ThreadEntry entry, void* argument, int32_t priority, uint32_
   while (ResumeThread(handle) > 1) {
   }
   return new Thread{handle, id};
-}
-
-Thread* startThread(ThreadEntry entry, void* argument) {
-  return startThread(entry, argument, THREAD_PRIORITY_NORMAL, 0);
 }
 
 uintptr_t threadHandle(const Thread* thread) { return reinterpret_cast<uintptr_t>(thread->handle); }

@@ -35,12 +35,13 @@ struct ThreadStart {
   uint32_t argument;
 };
 
-void runModuleProcedure(void* state) {
+uint32_t runModuleProcedure(void* state) {
   vkAttachThread();
   ThreadStart* start = static_cast<ThreadStart*>(state);
-  start->procedure(start->argument);
+  uint32_t result = start->procedure(start->argument);
   delete start;
   vkDetachThread();
+  return result;
 }
 
 }  // namespace

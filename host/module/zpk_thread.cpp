@@ -24,10 +24,11 @@ bool CZPKThread::Start() {
 
 bool CZPKThread::IsRunningAfter(uint32_t milliseconds) { return thread_ && os::waitThread(thread_, milliseconds); }
 
-void CZPKThread::Entry(void* self) {
+uint32_t CZPKThread::Entry(void* self) {
   CZPKThread* thread = static_cast<CZPKThread*>(self);
-  thread->Run();
+  uint32_t result = thread->Run();
   if (thread->handshake_) thread->handshake_->ModuleEnded();
+  return result;
 }
 
 uint32_t CZPKThread::Run() {

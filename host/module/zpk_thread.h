@@ -27,7 +27,7 @@ class CZPKThread {
   uint32_t Run();
 
  private:
-  static void Entry(void* self);
+  static uint32_t Entry(void* self);
 
   CZPKModule* module_;
   StartHandshake* handshake_;

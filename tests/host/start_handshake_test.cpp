@@ -12,6 +12,7 @@
 #include "host/exports/system.h"
 #include "host/frame/main_frame.h"
 #include "host/frame/start_handshake.h"
+#include "host/module/zpk_thread.h"
 #include "tests/test_support.h"
 
 namespace {
@@ -111,6 +112,19 @@ TEST_F(StartHandshakeTest, CalcDefaultWindowRectGrowsEachEdgeByItsMetrics) {
   EXPECT_EQ(rect.right, 739 + 5 + 1);
 }
 
+TEST_F(StartHandshakeTest, ASizeWithoutADisplayModeIsRefusedWithNothingSet) {
+  StartHandshake handshake;
+  SIZE missing{1000, 700};
+  EXPECT_EQ(handshake.InitializeSystem(nullptr, &missing, "T", 32), 2u);
+  EXPECT_FALSE(handshake.DisplayMode().has_value());
+  EXPECT_FALSE(handshake.WindowRect().has_value());
+  EXPECT_EQ(handshake.Title(), "T");
+  EXPECT_TRUE(windows.log.empty()) << "no request";
+}
+
+// These change the display mode: only the native build's stand-in display may be switched by a
+// test. The module tests cover the real one.
+#ifndef _WIN32
 TEST_F(StartHandshakeTest, InitializeSystemCentresTheClientAreaAndWaitsForTheWindow) {
   StartHandshake handshake;
   CMainFrame frame(windows);
@@ -142,13 +156,8 @@ TEST_F(StartHandshakeTest, InitializeSystemCentresTheClientAreaAndWaitsForTheWin
   EXPECT_EQ(handshake.DisplayMode()->cx, 640);
 }
 
-TEST_F(StartHandshakeTest, DisplayModeTestsFallBackToTheDesktopDepthThenRefuse) {
+TEST_F(StartHandshakeTest, DisplayModeTestsFallBackToTheDesktopDepth) {
   StartHandshake handshake;
-  SIZE missing{1000, 700};
-  EXPECT_EQ(handshake.InitializeSystem(nullptr, &missing, "T", 32), 2u);
-  EXPECT_FALSE(handshake.DisplayMode().has_value()) << "nothing is set";
-  EXPECT_FALSE(handshake.WindowRect().has_value());
-
   // The module tries again: 800x600 exists only at 32 bits, which is the desktop's depth.
   CMainFrame frame(windows);
   SIZE size{800, 600};
@@ -157,6 +166,8 @@ TEST_F(StartHandshakeTest, DisplayModeTestsFallBackToTheDesktopDepthThenRefuse) 
   EXPECT_EQ(handshake.DisplayDepth(), 8u) << "the depth is kept as asked";
   EXPECT_EQ(os::screenSize().cx, 800) << "the change falls back to the desktop's depth";
 }
+
+#endif
 
 TEST_F(StartHandshakeTest, ANullSizeStoresTitleAndClassAndCanBeRepeated) {
   StartHandshake handshake;
@@ -222,6 +233,19 @@ TEST_F(StartHandshakeTest, TheModulesEndWakesTheMainThreadWithoutAWindow) {
   EXPECT_FALSE(windows.waitTimedOut);
   module.join();
   EXPECT_TRUE(windows.frames.empty());
+}
+
+TEST_F(StartHandshakeTest, AModuleThreadWithoutAModuleEndsWithOneAndWakesTheMainThread) {
+  CZPKModule unloaded;
+  StartHandshake handshake;
+  CZPKThread direct(&unloaded, nullptr);
+  EXPECT_EQ(direct.Run(), 1u) << "no StartingProc: the box, and the end";
+
+  CZPKThread thread(&unloaded, &handshake);
+  ASSERT_TRUE(thread.Start());
+  EXPECT_FALSE(handshake.WaitForRequest(windows));
+  EXPECT_FALSE(windows.waitTimedOut);
+  EXPECT_FALSE(thread.IsRunningAfter(kTimeoutMilliseconds));
 }
 
 TEST_F(StartHandshakeTest, TheDefaultClassHasTheEnginesNameAndStyle) {
