@@ -35,6 +35,10 @@ build: native asan win32
 test: build
 	@bash scripts/run-tests.sh $(BUILD)
 
+# Builds the native benchmarks and runs each once; not part of `make test`.
+bench: native
+	@for b in $(BUILD)/native/bench/*_bench; do echo "== $$b"; "$$b" || exit 1; done
+
 demo: win32
 	@echo "runa1.exe is built ($(BUILD)/win32/bin/runa1.exe); the demo game does not exist yet."
 

@@ -4,7 +4,7 @@
 set -euo pipefail
 
 # Debian packages for the amd64 side (compilers, cross compiler, test helpers).
-native_pkgs=(cmake make ninja-build g++ clang libclang-rt-14-dev googletest libbenchmark-dev
+native_pkgs=(cmake make ninja-build g++ clang libclang-rt-14-dev googletest libbenchmark-dev libpixman-1-dev
              g++-mingw-w64-i686-posix gcc-mingw-w64-i686-posix binutils-mingw-w64-i686
              xvfb xauth)
 # Wine with its 32-bit half, which needs the i386 architecture.

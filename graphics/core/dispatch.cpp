@@ -19,6 +19,8 @@ constexpr MOLAQInterface makePristine() {
   record.mqApplyTone = mqApplyTone;
   record.mqClipRectangles = mqClipRectangles;
   record.mqNearestColor = mqNearestColor;
+  record.mqDrawImage = mqDrawImagePlain;
+  record.mqFillRectangle = mqFillRectangle;
   record.end = 0;
   return record;
 }
@@ -60,7 +62,8 @@ uint32_t mqSelectInterface(MOLAQInterface* record, uint32_t flags, uint32_t rese
   choose(record->mqYCCToIndexed, vector, mqYCCToIndexedPlain, mqYCCToIndexedSSE2);
   choose(record->mqYCCToRGB, vector, mqYCCToRGBPlain, mqYCCToRGBSSE2);
   choose(record->mqConvertTo8Bit, vector, mqConvertTo8BitPlain, mqConvertTo8BitSSE2);
-  // The inverse transforms, the decompressors and the blit join here with their kernels.
+  choose(record->mqDrawImage, vector, mqDrawImagePlain, mqDrawImageSSE2);
+  // The inverse transforms and the decompressors join here with their kernels.
   return 0;
 }
 
@@ -84,4 +87,11 @@ void mqConvertTo8Bit(uint8_t* dst, int32_t dstPitch, const uint8_t* src, int32_t
                      int32_t width, int32_t height, int32_t bits, const RGBQUAD* palette,
                      bool grey) {
   liveRecord.mqConvertTo8Bit(dst, dstPitch, src, srcPitch, width, height, bits, palette, grey);
+}
+
+uint32_t mqDrawImage(const BITMAPINFO* dstInfo, uint8_t* dstPixels, const ImageInfo* zBuffer,
+                     int32_t x, int32_t y, const BITMAPINFO* srcInfo, const uint8_t* srcPixels,
+                     const ImageInfo* alpha, const RECT* rect, uint32_t t, uint32_t z) {
+  return liveRecord.mqDrawImage(dstInfo, dstPixels, zBuffer, x, y, srcInfo, srcPixels, alpha,
+                                rect, t, z);
 }

@@ -114,6 +114,9 @@ void mqYCCToRGB(uint8_t* dst, const int32_t* y, const int32_t* cb, const int32_t
 void mqConvertTo8Bit(uint8_t* dst, int32_t dstPitch, const uint8_t* src, int32_t srcPitch,
                      int32_t width, int32_t height, int32_t bits, const RGBQUAD* palette,
                      bool grey);
+uint32_t mqDrawImage(const BITMAPINFO* dstInfo, uint8_t* dstPixels, const ImageInfo* zBuffer,
+                     int32_t x, int32_t y, const BITMAPINFO* srcInfo, const uint8_t* srcPixels,
+                     const ImageInfo* alpha, const RECT* rect, uint32_t t, uint32_t z);
 
 // ---- Shared tables -----------------------------------------------------------------------------
 // Contributions of one channel value to Y, Cb and Cr, in 8.8 fixed point.
@@ -157,6 +160,10 @@ int32_t mqClipRectangles(RECT* dst, int32_t dstWidth, int32_t dstHeight, int32_t
                          RECT* src, int32_t srcWidth, int32_t srcHeight);
 uint32_t mqNearestColor(const BITMAPINFO* info, uint32_t colour);
 void mqMakeFixedPalette(RGBQUAD* table, bool grey);
+// Fills `rect` (normalised and clipped in place) with `colour` at transparency `t`; with a
+// z-buffer only in front of its cells. 0, or 1 for a depth other than 8 and 24 bits.
+uint32_t mqFillRectangle(const BITMAPINFO* info, uint8_t* pixels, const ImageInfo* zBuffer,
+                         RECT* rect, uint32_t colour, uint32_t t, uint32_t z);
 
 // ---- The two variants of the conversions -------------------------------------------------------
 void mqYCCToIndexedPlain(uint8_t* dst, const int32_t* y, const int32_t* cb, const int32_t* cr,
@@ -173,3 +180,16 @@ void mqConvertTo8BitPlain(uint8_t* dst, int32_t dstPitch, const uint8_t* src, in
 void mqConvertTo8BitSSE2(uint8_t* dst, int32_t dstPitch, const uint8_t* src, int32_t srcPitch,
                          int32_t width, int32_t height, int32_t bits, const RGBQUAD* palette,
                          bool grey);
+
+// ---- The two variants of the blit ---------------------------------------------------------------
+// Draws `rect` of the source (all of it when null) at (x, y) of the destination, through the
+// source's alpha plane or 1-bit mask, at transparency `t` (256 and above draws nothing), testing
+// and claiming depth `z` in `zBuffer`. Pairs: 1 to 8 or 24, 8 to 8 or 24, 24 to 24; others give 1.
+uint32_t mqDrawImagePlain(const BITMAPINFO* dstInfo, uint8_t* dstPixels, const ImageInfo* zBuffer,
+                          int32_t x, int32_t y, const BITMAPINFO* srcInfo,
+                          const uint8_t* srcPixels, const ImageInfo* alpha, const RECT* rect,
+                          uint32_t t, uint32_t z);
+uint32_t mqDrawImageSSE2(const BITMAPINFO* dstInfo, uint8_t* dstPixels, const ImageInfo* zBuffer,
+                         int32_t x, int32_t y, const BITMAPINFO* srcInfo,
+                         const uint8_t* srcPixels, const ImageInfo* alpha, const RECT* rect,
+                         uint32_t t, uint32_t z);

@@ -10,6 +10,16 @@ Graphic* makeImage() {
   return image;
 }
 
+// A drawing changes the pixels under the derived data: a toned copy of a true-colour image
+// is marked stale; the display palette of an indexed one is brought up to date.
+void prepareDestination(Graphic& image) {
+  if (image.Header().biBitCount > 8) {
+    if (image.TonedCopy()) image.SetUpdateFlag();
+  } else {
+    image.UpdatePalette();
+  }
+}
+
 }  // namespace
 
 Graphic* RUNA1_API graphic_AllocNewBitmap() { return makeImage(); }
@@ -131,4 +141,46 @@ int32_t RUNA1_API graphic_GetDefConversion8BitColor() { return DefaultConversion
 int32_t RUNA1_API graphic_SetDefConversion8BitColor(int32_t mode) {
   DefaultConversion.exchange(mode);
   return mode;
+}
+
+uint32_t RUNA1_API graphic_SelectZBuffer(Graphic* image, ZBuffer* zBuffer) {
+  return image->SelectZBuffer(zBuffer ? &zBuffer->Info() : nullptr);
+}
+
+uint32_t RUNA1_API graphic_DrawBitmapToBitmap(Graphic* source, Graphic* destination, int32_t x,
+                                              int32_t y, const RECT* rect, uint32_t t, uint32_t z) {
+  if (!source->Pixels() || !destination->Pixels()) return 1;
+  const RECT& area = rect ? *rect : source->ViewRectangle();
+  {
+    // Only the source is locked: the module thread is the one writer of the destination, and
+    // a frame the window reads half-drawn is repaired by the invalidation below.
+    os::Lock hold(source->Lock());
+    source->UpdatePalette();
+    prepareDestination(*destination);
+    if (mqDrawImage(destination->BitmapInfo(), destination->Pixels(), source->ZBufferInfo(), x, y,
+                    source->BitmapInfo(), source->Pixels(), source->AlphaInfo(), &area, t, z) != 0)
+      return 1;
+  }
+  RECT clipped = area, target;
+  const BITMAPINFOHEADER &from = source->Header(), &to = destination->Header();
+  if (mqClipRectangles(&target, to.biWidth, to.biHeight, x, y, &clipped, from.biWidth,
+                       from.biHeight) == 0)
+    graphic_InvalidateRect(destination, &target);
+  return 0;
+}
+
+uint32_t RUNA1_API graphic_DrawFullRectangle(Graphic* image, RECT* rect, uint32_t colour,
+                                             uint32_t t, uint32_t z) {
+  if (!image->Pixels()) return 1;
+  RECT whole{0, 0, image->Header().biWidth - 1, image->Header().biHeight - 1};
+  if (!rect) rect = &whole;
+  prepareDestination(*image);
+  {
+    os::Lock hold(image->Lock());
+    if (mqFillRectangle(image->BitmapInfo(), image->Pixels(), image->ZBufferInfo(), rect, colour,
+                        t, z) != 0)
+      return 1;
+  }
+  graphic_InvalidateRect(image, rect);
+  return 0;
 }

@@ -6,6 +6,7 @@
 
 #include "files/file_obj.h"
 #include "graphics/graphic.h"
+#include "graphics/zbuffer.h"
 
 extern "C" {
 Graphic* RUNA1_API graphic_AllocNewBitmap();
@@ -32,11 +33,22 @@ uint32_t RUNA1_API graphic_SetViewRectangle(Graphic* image, int32_t left, int32_
 uint32_t RUNA1_API graphic_IsPointHit(Graphic* image, int32_t x, int32_t y);
 int32_t RUNA1_API graphic_DrawBitmapToDC(Graphic* image, HDC dc, int32_t x, int32_t y,
                                          const SIZE* size, const RECT* rect);
+// Copies the z-buffer's record into the image (the blits of this image as source use it);
+// a null z-buffer gives 1 and changes nothing.
+uint32_t RUNA1_API graphic_SelectZBuffer(Graphic* image, ZBuffer* zBuffer);
 uint32_t RUNA1_API graphic_AttachAlphaPlane(Graphic* image, const ImageInfo* alpha);
 uint32_t RUNA1_API graphic_DetachAlphaPlane(Graphic* image);
 uint32_t RUNA1_API graphic_AttachMaskPattern(Graphic* image, void* bits);
 uint32_t RUNA1_API graphic_DetachMakePattern(Graphic* image);
 ImageInfo* RUNA1_API graphic_GetAlphaPlaneInfo(Graphic* image);
+// Draws `rect` of the source (its view rectangle when null) at (x, y) of the destination, with
+// the source's alpha plane and z-buffer, at transparency `t` and depth `z`, and invalidates
+// what it covered. 1 without pixels or for a pair of formats that has no kernel.
+uint32_t RUNA1_API graphic_DrawBitmapToBitmap(Graphic* source, Graphic* destination, int32_t x,
+                                              int32_t y, const RECT* rect, uint32_t t, uint32_t z);
+// Fills `rect` (normalised and clipped in place; the whole image when null) with `colour`.
+uint32_t RUNA1_API graphic_DrawFullRectangle(Graphic* image, RECT* rect, uint32_t colour,
+                                             uint32_t t, uint32_t z);
 int32_t RUNA1_API graphic_GetDefConversion8BitColor();
 int32_t RUNA1_API graphic_SetDefConversion8BitColor(int32_t mode);
 }

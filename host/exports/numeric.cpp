@@ -13,30 +13,19 @@ Ext load(FloatBits bits) { return std::bit_cast<float>(bits); }
 FloatBits store(Ext value) { return std::bit_cast<FloatBits>(static_cast<float>(value)); }
 
 // The x87 instructions themselves, so that rounding mode and range follow the control word.
-Ext x87Round(Ext x) {
-  asm("frndint" : "+t"(x));
-  return x;
-}
-Ext x87Abs(Ext x) {
-  asm("fabs" : "+t"(x));
-  return x;
-}
-Ext x87Sqrt(Ext x) {
-  asm("fsqrt" : "+t"(x));
-  return x;
-}
-Ext x87Sin(Ext x) {
-  asm("fsin" : "+t"(x));
-  return x;
-}
-Ext x87Cos(Ext x) {
-  asm("fcos" : "+t"(x));
-  return x;
-}
-Ext x87TwoXM1(Ext x) {
-  asm("f2xm1" : "+t"(x));
-  return x;
-}
+#define X87_UNARY(name, instruction) \
+  Ext name(Ext x) {                  \
+    asm(instruction : "+t"(x));      \
+    return x;                        \
+  }
+X87_UNARY(x87Round, "frndint")
+X87_UNARY(x87Abs, "fabs")
+X87_UNARY(x87Sqrt, "fsqrt")
+X87_UNARY(x87Sin, "fsin")
+X87_UNARY(x87Cos, "fcos")
+X87_UNARY(x87TwoXM1, "f2xm1")
+#undef X87_UNARY
+
 // a * log2(b)
 Ext x87YL2X(Ext a, Ext b) {
   Ext result;

@@ -135,7 +135,8 @@ RUNA1_IMPORT(int32_t) float_Int(RUNA1_FLOAT a);
 RUNA1_IMPORT(RUNA1_FLOAT) float_LD1(void);
 RUNA1_IMPORT(RUNA1_FLOAT) float_Zero(void);
 RUNA1_IMPORT(RUNA1_FLOAT) float_PI(void);
-RUNA1_IMPORT(RUNA1_FLOAT) float_Log2T(void) __asm__("__stdcallfloat_Log2T"); /* imported by this exact name */
+/* Exported as "__stdcallfloat_Log2T": the import symbol adds one underscore to the label. */
+RUNA1_IMPORT(RUNA1_FLOAT) float_Log2T(void) __asm__("_stdcallfloat_Log2T");
 RUNA1_IMPORT(RUNA1_FLOAT) float_Log2(void);
 RUNA1_IMPORT(double*) double_Round(double* a);
 RUNA1_IMPORT(double*) double_Abs(double* a);
@@ -221,6 +222,7 @@ RUNA1_IMPORT(uint32_t) TextRes_MoveToLabel(TEXTRES res, int32_t label);
 /* Images are Windows device-independent bitmaps, rows bottom-up; colours are 0x00RRGGBB.
  * Rectangles have inclusive right and bottom. Needs <windows.h> for the bitmap types. */
 typedef RUNA1_HANDLE GRAPHIC;
+typedef RUNA1_HANDLE ZBUFFER; /* 32-bit depth cells, smaller is nearer, 0xFFFFFFFF far */
 
 typedef struct ImageInfo {
   uint32_t size; /* 32 */
@@ -262,13 +264,28 @@ RUNA1_IMPORT(uint32_t) graphic_SetViewRectangle(GRAPHIC image, int32_t left, int
 RUNA1_IMPORT(uint32_t) graphic_IsPointHit(GRAPHIC image, int32_t x, int32_t y);
 RUNA1_IMPORT(int32_t) graphic_DrawBitmapToDC(GRAPHIC image, HDC dc, int32_t x, int32_t y,
                                              const SIZE* size, const RECT* rect);
+RUNA1_IMPORT(uint32_t) graphic_SelectZBuffer(GRAPHIC image, ZBUFFER zBuffer);
 RUNA1_IMPORT(uint32_t) graphic_AttachAlphaPlane(GRAPHIC image, const ImageInfo* alpha);
 RUNA1_IMPORT(uint32_t) graphic_DetachAlphaPlane(GRAPHIC image);
 RUNA1_IMPORT(uint32_t) graphic_AttachMaskPattern(GRAPHIC image, void* bits);
 RUNA1_IMPORT(uint32_t) graphic_DetachMakePattern(GRAPHIC image);
 RUNA1_IMPORT(ImageInfo*) graphic_GetAlphaPlaneInfo(GRAPHIC image);
+/* Transparency t: 0 opaque, 255 almost invisible, 256 and above draws nothing. The source's
+ * alpha plane (premultiplied colours) or mask and its z-buffer take part; a pixel is drawn where
+ * its depth cell is not nearer than z, and the cell takes z. */
+RUNA1_IMPORT(uint32_t) graphic_DrawBitmapToBitmap(GRAPHIC source, GRAPHIC destination, int32_t x,
+                                                  int32_t y, const RECT* rect, uint32_t t,
+                                                  uint32_t z);
+RUNA1_IMPORT(uint32_t) graphic_DrawFullRectangle(GRAPHIC image, RECT* rect, uint32_t colour,
+                                                 uint32_t t, uint32_t z);
 RUNA1_IMPORT(int32_t) graphic_GetDefConversion8BitColor(void);
 RUNA1_IMPORT(int32_t) graphic_SetDefConversion8BitColor(int32_t mode);
+RUNA1_IMPORT(ZBUFFER) ZBuffer_Create(int32_t width, int32_t height);
+RUNA1_IMPORT(uint32_t) ZBuffer_Delete(ZBUFFER buffer);
+RUNA1_IMPORT(uint32_t) ZBuffer_Initialize(ZBUFFER buffer, uint32_t value);
+RUNA1_IMPORT(uint32_t) ZBuffer_InitializeEqual(ZBUFFER buffer, uint32_t newValue, uint32_t oldValue);
+RUNA1_IMPORT(uint32_t) ZBuffer_InitializeNonEqual(ZBUFFER buffer, uint32_t newValue,
+                                                  uint32_t oldValue);
 
 /* ---- Drawing core ------------------------------------------------------------------------- */
 /* Flags of MOLAQ_SetDefInterface: 0x20000 uses the vector kernels whatever the processor,
