@@ -115,6 +115,16 @@ Thread* startThread(ThreadEntry entry, void* argument);
 bool waitThread(Thread* thread, uint32_t milliseconds);
 // Gives up the handle; a thread that still runs goes on to its end.
 void closeThread(Thread* thread);
+// A thread created suspended, given `priority` (THREAD_PRIORITY_*; POSIX keeps the default)
+// and `stackSize` bytes of stack (0: the default), then resumed; its exit code is the entry's
+// result. Null on failure.
+using ProcedureEntry = uint32_t (*)(void* argument);
+Thread* startThread(ProcedureEntry entry, void* argument, int32_t priority, uint32_t stackSize);
+// The system's handle (Win32 HANDLE; natively the object itself) and thread id.
+uintptr_t threadHandle(const Thread* thread);
+uint32_t threadId(const Thread* thread);
+// The calling thread's scheduling priority (THREAD_PRIORITY_*); nothing natively.
+void setCurrentThreadPriority(int32_t priority);
 
 // ---- Block memory --------------------------------------------------------------------------
 // Fixed blocks of GlobalAlloc. The native build takes them from the C heap and keeps a table
@@ -144,6 +154,8 @@ using EventHandle = void*;
 EventHandle createEvent(bool manualReset, bool signalled);
 void setEvent(EventHandle event);
 void waitEvent(EventHandle event);
+// Waits up to `milliseconds`; true when the event was set.
+bool waitEvent(EventHandle event, uint32_t milliseconds);
 void closeEvent(EventHandle event);
 
 // ---- Processor -----------------------------------------------------------------------------

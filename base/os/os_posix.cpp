@@ -7,8 +7,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
+#include <climits>
 #include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
@@ -275,6 +278,15 @@ void waitEvent(EventHandle handle) {
   if (!event->manualReset) event->signalled = false;
 }
 
+bool waitEvent(EventHandle handle, uint32_t milliseconds) {
+  Event* event = static_cast<Event*>(handle);
+  std::unique_lock<std::mutex> guard(event->lock);
+  if (!event->changed.wait_for(guard, std::chrono::milliseconds(milliseconds), [event] { return event->signalled; }))
+    return false;
+  if (!event->manualReset) event->signalled = false;
+  return true;
+}
+
 void closeEvent(EventHandle handle) { delete static_cast<Event*>(handle); }
 
 namespace {
@@ -293,12 +305,13 @@ void initCommonControls() {}
 
 // The state is shared by the thread and its handle; whichever lets go last frees it.
 struct Thread {
-  ThreadEntry entry;
+  ProcedureEntry entry;
   void* argument;
   pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
   pthread_cond_t ended = PTHREAD_COND_INITIALIZER;
   bool done = false;
   int holders = 2;
+  uint32_t id = 0;
 };
 
 namespace {
@@ -323,16 +336,27 @@ void* runThread(void* state) {
 
 }  // namespace
 
-Thread* startThread(ThreadEntry entry, void* argument) {
+Thread* startThread(ProcedureEntry entry, void* argument, int32_t, uint32_t stackSize) {
+  static std::atomic<uint32_t> lastId{0};
   Thread* thread = new Thread{entry, argument};
+  thread->id = ++lastId;
+  pthread_attr_t attributes;
+  pthread_attr_init(&attributes);
+  if (stackSize) pthread_attr_setstacksize(&attributes, std::max<size_t>(stackSize, PTHREAD_STACK_MIN));
   pthread_t id;
-  if (pthread_create(&id, nullptr, runThread, thread) != 0) {
+  int failed = pthread_create(&id, &attributes, runThread, thread);
+  pthread_attr_destroy(&attributes);
+  if (failed) {
     delete thread;
     return nullptr;
   }
   pthread_detach(id);
   return thread;
 }
+
+uintptr_t threadHandle(const Thread* thread) { return reinterpret_cast<uintptr_t>(thread); }
+uint32_t threadId(const Thread* thread) { return thread->id; }
+void setCurrentThreadPriority(int32_t) {}
 
 bool waitThread(Thread* thread, uint32_t milliseconds) {
   timespec until;

@@ -5,14 +5,11 @@
 #include <string>
 
 #include "base/os/os.h"
+#include "base/os/win32_text.h"
 
 #include <commctrl.h>
 
 namespace os {
-
-namespace {
-
-constexpr UINT kShiftJis = 932;
 
 std::wstring widen(const char* text) {
   int count = MultiByteToWideChar(kShiftJis, 0, text, -1, nullptr, 0);
@@ -22,6 +19,8 @@ std::wstring widen(const char* text) {
   wide.resize(static_cast<size_t>(count - 1));
   return wide;
 }
+
+namespace {
 
 std::string narrow(const wchar_t* text, int length) {
   int count = WideCharToMultiByte(kShiftJis, 0, text, length, nullptr, 0, nullptr, nullptr);
@@ -164,6 +163,9 @@ EventHandle createEvent(bool manualReset, bool signalled) {
 
 void setEvent(EventHandle event) { SetEvent(event); }
 void waitEvent(EventHandle event) { WaitForSingleObject(event, INFINITE); }
+bool waitEvent(EventHandle event, uint32_t milliseconds) {
+  return WaitForSingleObject(event, milliseconds) == WAIT_OBJECT_0;
+}
 void closeEvent(EventHandle event) { CloseHandle(event); }
 
 void raiseException(uint32_t code) { RaiseException(code, 0, 0, nullptr); }
@@ -174,34 +176,43 @@ void initCommonControls() { InitCommonControls(); }
 
 struct Thread {
   HANDLE handle;
+  DWORD id;
 };
 
 namespace {
 
 // What the new thread runs; the thread frees it, so the handle can be closed at any time.
 struct ThreadStart {
-  ThreadEntry entry;
+  ProcedureEntry entry;
   void* argument;
 };
 
 DWORD WINAPI runThread(void* state) {
   ThreadStart start = *static_cast<ThreadStart*>(state);
   delete static_cast<ThreadStart*>(state);
-  start.entry(start.argument);
-  return 0;
+  return start.entry(start.argument);
 }
 
 }  // namespace
 
-Thread* startThread(ThreadEntry entry, void* argument) {
+Thread* startThread(ProcedureEntry entry, void* argument, int32_t priority, uint32_t stackSize) {
   ThreadStart* start = new ThreadStart{entry, argument};
-  HANDLE handle = CreateThread(nullptr, 0, runThread, start, 0, nullptr);
+  DWORD id = 0;
+  HANDLE handle = CreateThread(nullptr, stackSize, runThread, start, CREATE_SUSPENDED, &id);
   if (!handle) {
     delete start;
     return nullptr;
   }
-  return new Thread{handle};
+  SetThreadPriority(handle, priority);
+  // A suspend count above one would leave the thread asleep after a single resume.
+  while (ResumeThread(handle) > 1) {
+  }
+  return new Thread{handle, id};
 }
+
+uintptr_t threadHandle(const Thread* thread) { return reinterpret_cast<uintptr_t>(thread->handle); }
+uint32_t threadId(const Thread* thread) { return thread->id; }
+void setCurrentThreadPriority(int32_t priority) { SetThreadPriority(GetCurrentThread(), priority); }
 
 bool waitThread(Thread* thread, uint32_t milliseconds) {
   return WaitForSingleObject(thread->handle, milliseconds) == WAIT_TIMEOUT;

@@ -142,6 +142,47 @@ using HPALETTE = HPALETTE__*;
 #define DIB_RGB_COLORS 0
 #define SRCCOPY 0x00CC0020u
 
+// Windows and window classes. The native window system gives the handles its own meaning.
+struct HWND__;
+using HWND = HWND__*;
+using HINSTANCE = void*;
+using HICON = void*;
+using HCURSOR = void*;
+using HBRUSH = void*;
+using WPARAM = uintptr_t;
+using LPARAM = intptr_t;
+using LRESULT = intptr_t;
+using WNDPROC = LRESULT (*)(HWND, UINT, WPARAM, LPARAM);
+
+struct WNDCLASSA {
+  UINT style;
+  WNDPROC lpfnWndProc;
+  int cbClsExtra;
+  int cbWndExtra;
+  HINSTANCE hInstance;
+  HICON hIcon;
+  HCURSOR hCursor;
+  HBRUSH hbrBackground;
+  const char* lpszMenuName;
+  const char* lpszClassName;
+};
+
+#define CS_VREDRAW 0x0001u
+#define CS_HREDRAW 0x0002u
+#define CS_SAVEBITS 0x0800u
+#define CS_IME 0x00010000u
+#define WS_CAPTION 0x00C00000u
+
+#define SM_CXSCREEN 0
+#define SM_CYSCREEN 1
+#define SM_CYCAPTION 4
+#define SM_CYBORDER 6
+#define SM_CXFRAME 32
+#define SM_CYFRAME 33
+
+#define THREAD_PRIORITY_NORMAL 0
+#define THREAD_PRIORITY_ABOVE_NORMAL 1
+
 static_assert(sizeof(BITMAPINFOHEADER) == 40 && sizeof(RGBQUAD) == 4 && sizeof(BITMAPINFO) == 44);
 static_assert(sizeof(PALETTEENTRY) == 4 && sizeof(LOGPALETTE) == 8);
 #endif

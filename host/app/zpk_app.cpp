@@ -1,17 +1,19 @@
 #include "host/app/zpk_app.h"
 
-#include <thread>
-
 #include "base/library.h"
 #include "base/os/os.h"
 #include "host/app/command_line.h"
 #include "host/display_environment.h"
 #include "host/exports/numeric.h"
+#include "host/frame/main_frame.h"
 #include "host/module/zpk_text.h"
+#include "host/module/zpk_thread.h"
 
 namespace {
 
 constexpr uint32_t kCurrentDirectoryLength = 0x3FF;
+// How long the message loop waits for the module thread's end between two looks at the queue.
+constexpr uint32_t kPollMilliseconds = 1;
 
 }  // namespace
 
@@ -23,9 +25,15 @@ std::string debugRecordFileNameOf(const std::string& modulePath, const std::stri
   return moduleDirectory + title + ".drt";
 }
 
-CZPKApp::CZPKApp() { vkInitialize(VK_LIBRARY_VERSION); }
+CZPKApp::CZPKApp() {
+  vkInitialize(VK_LIBRARY_VERSION);
+  StartHandshake::SetCurrent(&handshake_);
+}
 
-CZPKApp::~CZPKApp() { vkUninitialize(); }
+CZPKApp::~CZPKApp() {
+  StartHandshake::SetCurrent(nullptr);
+  vkUninitialize();
+}
 
 bool CZPKApp::InitInstance(const std::string& commandLine) {
   debugFlag_ = 0;
@@ -62,23 +70,16 @@ int CZPKApp::Run() {
 
   KDisplayEnvironment display;  // gives the display mode and the cursor back at the end
   float_Init();
-  // The window request and ready events, the message loop and the main frame join here with
-  // the module thread and main window; until then the host ends when StartingProc returns.
-  std::thread moduleThread(&CZPKApp::RunModuleThread, this);
-  moduleThread.join();
-
+  os::WindowSystem& windows = os::windowSystem();
+  CZPKThread moduleThread(&module_, &handshake_);
+  if (moduleThread.Start() && handshake_.WaitForRequest(windows)) {
+    CMainFrame frame(windows);
+    // Abort or Retry on a failed class registration end the host at once.
+    if (handshake_.StandUp(frame, windows) != 0) return 1;
+    while (moduleThread.IsRunningAfter(kPollMilliseconds) && windows.pumpMessages()) {
+    }
+    windows.pumpMessages();  // what is left in the queue before the frame goes
+  }
   module_.Delete();  // the finaliser runs on this thread
   return 0;
-}
-
-void CZPKApp::RunModuleThread() {
-  void* startingProc = module_.GetStartingProc();
-  if (!startingProc) {
-    os::messageBox(zpk_text::kNoStartingProc, zpk_text::kLoaderCaption, MB_ICONEXCLAMATION);
-    return;
-  }
-  vkAttachThread();
-  uint32_t handle = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(&module_));
-  systemModulePlatform().callProcedure(startingProc, 1, &handle, 0);
-  vkDetachThread();
 }

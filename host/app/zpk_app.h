@@ -1,11 +1,14 @@
 // CZPKApp: the application, once per process. InitInstance scans the command line; Run
 // loads the main module, fixes the base and working directories, runs the module's
-// StartingProc on a thread of its own, and tears everything down when it returns.
+// StartingProc on a thread of its own, stands up the main window when the module asks for it,
+// dispatches the window's messages while the module runs, and tears everything down when
+// StartingProc returns.
 #pragma once
 
 #include <cstdint>
 #include <string>
 
+#include "host/frame/start_handshake.h"
 #include "host/module/zpk_module.h"
 
 class CZPKApp {
@@ -25,14 +28,13 @@ class CZPKApp {
   const std::string& GetDebugRecordFileName() const { return debugRecordFileName_; }
 
  private:
-  void RunModuleThread();
-
   std::string moduleFileName_;
   uint32_t debugFlag_ = 0;  // nothing sets it in this configuration
   std::string debugRecordFileName_;
   bool baseDirectoryGiven_ = false;
   std::string baseDirectory_;
   CZPKModule module_;
+  StartHandshake handshake_;  // the window parameters and the request and ready events
 };
 
 // The module chooser's filter, as the dialog seam takes it.

@@ -11,6 +11,7 @@
 #include "host/exports/module.h"
 #include "host/exports/numeric.h"
 #include "host/exports/services.h"
+#include "host/exports/system.h"
 #include "host/exports/text.h"
 
 namespace {
@@ -50,6 +51,14 @@ const ExportEntry kRows[] = {
     RUNA1_EXPORT_ROW(ZPK_GetDisplayBitsPerPixel, 0),
     RUNA1_EXPORT_ROW(ZPK_TestDisplayMode, 12),
     RUNA1_EXPORT_ROW(ZPK_CompareExchange, 12),
+    RUNA1_EXPORT_ROW(InitializeSystem, 16),
+    RUNA1_EXPORT_ROW(InitializeMainWindow, 16),
+    RUNA1_EXPORT_ROW(GetDefaultWndClass, 4),
+    RUNA1_EXPORT_ROW(CalcDefaultWindowRect, 4),
+    RUNA1_EXPORT_ROW(ZPK_BeginThread, 16),
+    RUNA1_EXPORT_ROW(ZPK_EndThread, 4),
+    RUNA1_EXPORT_ROW(ZPK_GetThreadHandle, 4),
+    RUNA1_EXPORT_ROW(ZPK_GetThreadId, 4),
     // Numeric helpers
     RUNA1_EXPORT_ROW(float_Init, 0),
     RUNA1_EXPORT_ROW(float_Round, 4),

@@ -78,6 +78,30 @@ RUNA1_IMPORT(uint32_t) ZPK_TestDisplayMode(uint32_t width, uint32_t height, uint
 /* Atomic: if *target == comparand it becomes exchange; returns the previous *target. */
 RUNA1_IMPORT(uint32_t) ZPK_CompareExchange(volatile uint32_t* target, uint32_t comparand, uint32_t exchange);
 
+/* Start of the system. Both block until the main window stands and is visible. InitializeSystem
+ * centres a client area of *size on the screen with the display switched to that size; it
+ * returns 2 when the display has no such mode (at bitsPerPixel nor at the desktop's depth),
+ * and the module may try another size. A null size only stores the title and the class.
+ * InitializeMainWindow creates a window of the rectangle given, with no display change. A
+ * second successful call of either returns 0 and does nothing. */
+RUNA1_IMPORT(uint32_t) InitializeSystem(const WNDCLASSA* windowClass, const SIZE* size, const char* title,
+                                        uint32_t bitsPerPixel);
+RUNA1_IMPORT(uint32_t) InitializeMainWindow(const char* title, uint32_t style, uint32_t exStyle, const RECT* rect);
+/* Fills the default class "Vomar Game System" (DefWindowProcA, arrow cursor, black brush). */
+RUNA1_IMPORT(uint32_t) GetDefaultWndClass(WNDCLASSA* windowClass);
+/* Grows a client rectangle to the window rectangle of a captioned, thick-framed window. */
+RUNA1_IMPORT(uint32_t) CalcDefaultWindowRect(RECT* rect);
+
+/* Service threads, attached to the host's library for their whole life, so they can call every
+ * export. ZPK_EndThread only gives up the object: end the thread first and wait for it through
+ * its handle. */
+typedef struct ZPKThreadObject* ZPKTHREAD;
+typedef uint32_t(__stdcall* ZPKTHREADPROC)(uint32_t argument);
+RUNA1_IMPORT(ZPKTHREAD) ZPK_BeginThread(ZPKTHREADPROC procedure, uint32_t argument, int32_t priority, uint32_t stackSize);
+RUNA1_IMPORT(void) ZPK_EndThread(ZPKTHREAD thread);
+RUNA1_IMPORT(void*) ZPK_GetThreadHandle(ZPKTHREAD thread);
+RUNA1_IMPORT(uint32_t) ZPK_GetThreadId(ZPKTHREAD thread);
+
 /* ---- Numeric helpers ---------------------------------------------------------------------- */
 /* Floats travel as their 32-bit patterns (RUNA1_FLOAT), doubles by pointer: the first
  * operand is also the place of the result, and is returned. No floating-point code is needed in

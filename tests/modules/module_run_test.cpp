@@ -46,7 +46,8 @@ Outcome runHost(const std::string& arguments, const TempDir& directory) {
   Outcome outcome;
   if (CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr,
                      wide(directory.path().string()).c_str(), &startup, &process)) {
-    WaitForSingleObject(process.hProcess, 60000);
+    // A host that hangs is ended, so that the test fails instead of waiting forever.
+    if (WaitForSingleObject(process.hProcess, 60000) != WAIT_OBJECT_0) TerminateProcess(process.hProcess, 0xDEAD);
     GetExitCodeProcess(process.hProcess, &outcome.exitCode);
     CloseHandle(process.hThread);
     CloseHandle(process.hProcess);
@@ -134,6 +135,95 @@ TEST(ModuleRunTest, CommandLineMessagesGoToTheDebugOutputOnly) {
   EXPECT_NE(text.find("スイッチの指定が不正です。WHAT\n"), std::string::npos) << text;
   EXPECT_NE(text.find("Z.P.K.モジュールファイル名が２つ以上指定されています。\n"), std::string::npos) << text;
   EXPECT_EQ(text.find("message box"), std::string::npos) << "the first name is loaded: " << text;
+}
+
+// Runs the module `name`, copied into `work`, so that its log lands there.
+Outcome runModuleInWork(const std::string& name, const TempDir& work) {
+  std::filesystem::copy_file(modulePath(name), work.file(name + ".zpe"),
+                             std::filesystem::copy_options::overwrite_existing);
+  return runHost(name + ".zpe", work);
+}
+
+// One run of window_module serves the checks of its window, its threads and its numbers.
+class WindowModuleTest : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    work_ = new TempDir;
+    outcome_ = new Outcome(runModuleInWork("window_module", *work_));
+    log_ = new std::string(work_->read("run.log"));
+  }
+  static void TearDownTestSuite() {
+    delete log_;
+    delete outcome_;
+    delete work_;
+  }
+  static void expectPassed(std::initializer_list<const char*> checks) {
+    for (const char* check : checks)
+      EXPECT_NE(log_->find(std::string("ok ") + check + "\n"), std::string::npos)
+          << check << ": " << *log_ << outcome_->diagnostics;
+  }
+
+  static TempDir* work_;
+  static Outcome* outcome_;
+  static std::string* log_;
+};
+
+TempDir* WindowModuleTest::work_ = nullptr;
+Outcome* WindowModuleTest::outcome_ = nullptr;
+std::string* WindowModuleTest::log_ = nullptr;
+
+TEST_F(WindowModuleTest, InitializeSystemGivesAVisibleWindowAfterRefusingAMissingMode) {
+  EXPECT_EQ(outcome_->exitCode, 0u) << outcome_->diagnostics;
+  EXPECT_EQ(log_->find("FAIL"), std::string::npos) << *log_ << outcome_->diagnostics;
+  expectPassed({"mode-missing", "system-no-mode", "no-window-yet", "mode-present", "system", "window-found",
+                "window-visible", "window-title", "window-owned-by-main-thread", "window-rectangle", "client-size",
+                "cursor-hidden", "system-again"});
+}
+
+TEST_F(WindowModuleTest, ServiceThreadsAreAttachedAndKnowTheirIdentity) {
+  expectPassed({"thread-begun", "thread-ended", "thread-result", "thread-id", "thread-called-exports", "thread-null"});
+}
+
+TEST_F(WindowModuleTest, NumericExportsGiveTheirBitPatternsToModuleCode) {
+  expectPassed({"float-add", "float-idiv-by-zero", "float-com-nan", "float-round-even", "float-int", "float-scale",
+                "double-add", "double-scale"});
+}
+
+TEST(ModuleRunTest, InitializeMainWindowUsesTheStoredClassAndTheGivenRectangle) {
+  TempDir work;
+  Outcome outcome = runModuleInWork("main_window_module", work);
+  EXPECT_EQ(outcome.exitCode, 0u) << outcome.diagnostics;
+  EXPECT_EQ(work.read("run.log"),
+            "ok default-class\n"
+            "ok store-class\n"
+            "ok main-window\n"
+            "ok window-of-class\n"
+            "ok window-rectangle\n"
+            "ok window-visible\n"
+            "ok window-refuses-close\n"
+            "ok cursor-hidden\n")
+      << outcome.diagnostics;
+}
+
+// The number behind `label` in `log`, or -1.
+long valueAfter(const std::string& log, const std::string& label) {
+  size_t at = log.find(label);
+  return at == std::string::npos ? -1 : std::stol(log.substr(at + label.size()));
+}
+
+TEST(ModuleRunTest, ProfileValuesSurviveFromOneRunToTheNext) {
+  TempDir work;
+  Outcome first = runModuleInWork("profile_module", work);
+  std::string firstLog = work.read("run.log");
+  Outcome second = runModuleInWork("profile_module", work);
+  std::string secondLog = work.read("run.log");
+  EXPECT_EQ(first.exitCode, 0u);
+  EXPECT_EQ(second.exitCode, 0u);
+  long runs = valueAfter(firstLog, "runs ");
+  ASSERT_GE(runs, 0) << firstLog;
+  EXPECT_EQ(valueAfter(secondLog, "runs "), runs + 1) << secondLog;
+  EXPECT_NE(secondLog.find("last run " + std::to_string(runs) + "\n"), std::string::npos) << secondLog;
+  EXPECT_EQ(secondLog.find("FAIL"), std::string::npos) << secondLog;
 }
 
 }  // namespace

@@ -1,0 +1,35 @@
+// CZPKThread: the module thread. It runs the main module's StartingProc above normal priority,
+// attached to the library; the game is that one call, and its return ends the host.
+#pragma once
+
+#include <cstdint>
+
+#include "base/os/os.h"
+#include "host/module/zpk_module.h"
+
+class StartHandshake;
+
+class CZPKThread {
+ public:
+  // `handshake` is woken when the thread ends, so that a main thread still waiting for a
+  // window request goes on.
+  CZPKThread(CZPKModule* module, StartHandshake* handshake);
+  ~CZPKThread();
+  CZPKThread(const CZPKThread&) = delete;
+  CZPKThread& operator=(const CZPKThread&) = delete;
+
+  // Starts the thread; false when the system has none to give.
+  bool Start();
+  // Waits up to `milliseconds` for the thread's end; true while it still runs.
+  bool IsRunningAfter(uint32_t milliseconds);
+
+  // The body: 1 when the module has no StartingProc (after a box that says so), else 0.
+  uint32_t Run();
+
+ private:
+  static uint32_t Entry(void* self);
+
+  CZPKModule* module_;
+  StartHandshake* handshake_;
+  os::Thread* thread_ = nullptr;
+};

@@ -1,0 +1,294 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <future>
+#include <string>
+#include <vector>
+
+#include "base/error.h"
+#include "base/os/os.h"
+#include "base/os/window.h"
+#include "host/display_environment.h"
+#include "host/exports/system.h"
+#include "host/frame/main_frame.h"
+#include "host/frame/start_handshake.h"
+#include "host/module/zpk_thread.h"
+#include "tests/test_support.h"
+
+namespace {
+
+constexpr uint32_t kTimeoutMilliseconds = 5000;
+
+// A window system that records what the main thread asks of it, with metrics of its own and
+// waits that give up after the timeout.
+class FakeWindowSystem : public os::WindowSystem {
+ public:
+  struct Frame {
+    std::string className;  // empty: the host's frame class
+    std::string title;
+    uint32_t style = 0;
+    uint32_t exStyle = 0;
+    RECT rect{};
+    bool shown = false;
+    uint32_t timerId = 0;
+  };
+
+  bool registerSucceeds = true;
+  std::vector<std::string> registered;
+  std::vector<Frame> frames;
+  std::vector<std::string> log;
+  bool waitTimedOut = false;
+
+  bool registerClass(const WNDCLASSA& windowClass) override {
+    log.push_back("register");
+    registered.push_back(windowClass.lpszClassName ? windowClass.lpszClassName : "");
+    return registerSucceeds;
+  }
+  HWND createFrame(const char* className, const char* title, uint32_t style, uint32_t exStyle,
+                   const RECT& rect) override {
+    log.push_back("create");
+    frames.push_back({className ? className : "", title, style, exStyle, rect});
+    return reinterpret_cast<HWND>(frames.size());
+  }
+  void showFrame(HWND frame) override {
+    log.push_back("show");
+    frames.at(reinterpret_cast<uintptr_t>(frame) - 1).shown = true;
+  }
+  void setTimer(HWND frame, uint32_t id, uint32_t milliseconds) override {
+    EXPECT_EQ(milliseconds, 1000u);
+    frames.at(reinterpret_cast<uintptr_t>(frame) - 1).timerId = id;
+  }
+  void destroyFrame(HWND) override { log.push_back("destroy"); }
+  bool pumpMessages() override { return true; }
+  void waitDispatching(void* event) override {
+    log.push_back("wait");
+    waitTimedOut = !os::waitEvent(event, kTimeoutMilliseconds);
+  }
+  int32_t systemMetric(int32_t index) override {
+    switch (index) {
+      case SM_CXSCREEN: return 1024;
+      case SM_CYSCREEN: return 768;
+      case SM_CYCAPTION: return 20;
+      case SM_CYBORDER: return 2;
+      case SM_CXFRAME: return 5;
+      case SM_CYFRAME: return 6;
+      default: return 0;
+    }
+  }
+  void fillDefaultClass(WNDCLASSA* windowClass) override { *windowClass = WNDCLASSA{}; }
+};
+
+class StartHandshakeTest : public ::testing::Test {
+ protected:
+  void SetUp() override { os::setWindowSystem(&windows); }
+  void TearDown() override {
+    os::setWindowSystem(nullptr);
+    KDisplayEnvironment::Restore();
+  }
+
+  // Runs `request` on a module thread of its own and answers it as the main thread does;
+  // gives what the request returned.
+  template <typename Request>
+  uint32_t handOver(Request request, StartHandshake& handshake, CMainFrame& frame) {
+    std::future<uint32_t> module = std::async(std::launch::async, request);
+    EXPECT_TRUE(handshake.WaitForRequest(windows));
+    EXPECT_FALSE(windows.waitTimedOut);
+    EXPECT_EQ(module.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout)
+        << "the module thread waits for the window";
+    EXPECT_EQ(handshake.StandUp(frame, windows), 0);
+    EXPECT_EQ(module.wait_for(std::chrono::milliseconds(kTimeoutMilliseconds)), std::future_status::ready);
+    return module.get();
+  }
+
+  FakeWindowSystem windows;
+};
+
+TEST_F(StartHandshakeTest, CalcDefaultWindowRectGrowsEachEdgeByItsMetrics) {
+  RECT rect{100, 100, 739, 579};
+  EXPECT_EQ(CalcDefaultWindowRect(&rect), 0u);
+  EXPECT_EQ(rect.top, 100 - (1 + 20 + 2 + 6));
+  EXPECT_EQ(rect.bottom, 579 + 6 + 1);
+  EXPECT_EQ(rect.left, 100 - (5 + 1));
+  EXPECT_EQ(rect.right, 739 + 5 + 1);
+}
+
+TEST_F(StartHandshakeTest, ASizeWithoutADisplayModeIsRefusedWithNothingSet) {
+  StartHandshake handshake;
+  SIZE missing{1000, 700};
+  EXPECT_EQ(handshake.InitializeSystem(nullptr, &missing, "T", 32), 2u);
+  EXPECT_FALSE(handshake.DisplayMode().has_value());
+  EXPECT_FALSE(handshake.WindowRect().has_value());
+  EXPECT_EQ(handshake.Title(), "T");
+  EXPECT_TRUE(windows.log.empty()) << "no request";
+}
+
+// These change the display mode: only the native build's stand-in display may be switched by a
+// test. The module tests cover the real one.
+#ifndef _WIN32
+TEST_F(StartHandshakeTest, InitializeSystemCentresTheClientAreaAndWaitsForTheWindow) {
+  StartHandshake handshake;
+  CMainFrame frame(windows);
+  SIZE size{640, 480};
+  uint32_t result = handOver([&] { return handshake.InitializeSystem(nullptr, &size, "Title", 16); }, handshake, frame);
+  EXPECT_EQ(result, 0u);
+  ASSERT_EQ(windows.frames.size(), 1u);
+  const FakeWindowSystem::Frame& made = windows.frames[0];
+  EXPECT_EQ(made.className, "") << "no class given: the frame's own";
+  EXPECT_EQ(made.title, "Title");
+  EXPECT_EQ(made.style, 0x00C00000u);
+  EXPECT_EQ(made.exStyle, 0u);
+  // Client (192, 144)-(831, 623), grown by the frame metrics.
+  EXPECT_EQ(made.rect.left, 192 - 6);
+  EXPECT_EQ(made.rect.top, 144 - 29);
+  EXPECT_EQ(made.rect.right, 831 + 6);
+  EXPECT_EQ(made.rect.bottom, 623 + 7);
+  EXPECT_TRUE(made.shown);
+  EXPECT_EQ(made.timerId, 1u);
+  EXPECT_EQ(windows.log, (std::vector<std::string>{"wait", "create", "show"}));
+  EXPECT_EQ(os::screenSize().cx, 640) << "the display changed to the size";
+  EXPECT_EQ(KDisplayEnvironment::IsCursorShown(), 0u);
+  EXPECT_EQ(handshake.DisplayDepth(), 16u);
+
+  // One window in the process's life: a second call does nothing and does not block.
+  SIZE other{800, 600};
+  EXPECT_EQ(handshake.InitializeSystem(nullptr, &other, "Again", 32), 0u);
+  EXPECT_EQ(handshake.Title(), "Title");
+  EXPECT_EQ(handshake.DisplayMode()->cx, 640);
+}
+
+TEST_F(StartHandshakeTest, DisplayModeTestsFallBackToTheDesktopDepth) {
+  StartHandshake handshake;
+  // The module tries again: 800x600 exists only at 32 bits, which is the desktop's depth.
+  CMainFrame frame(windows);
+  SIZE size{800, 600};
+  uint32_t result = handOver([&] { return handshake.InitializeSystem(nullptr, &size, "T", 8); }, handshake, frame);
+  EXPECT_EQ(result, 0u);
+  EXPECT_EQ(handshake.DisplayDepth(), 8u) << "the depth is kept as asked";
+  EXPECT_EQ(os::screenSize().cx, 800) << "the change falls back to the desktop's depth";
+}
+
+#endif
+
+TEST_F(StartHandshakeTest, ANullSizeStoresTitleAndClassAndCanBeRepeated) {
+  StartHandshake handshake;
+  std::string name = "Module Class";
+  WNDCLASSA windowClass{};
+  windowClass.style = 3;
+  windowClass.lpszClassName = name.c_str();
+  EXPECT_EQ(handshake.InitializeSystem(&windowClass, nullptr, "First", 32), 0u);
+  EXPECT_EQ(handshake.InitializeSystem(nullptr, nullptr, "Second", 32), 0u);
+  name = "changed";  // the caller's structure and text are not kept
+  EXPECT_EQ(handshake.Title(), "Second");
+  ASSERT_TRUE(handshake.ClassGiven());
+  EXPECT_EQ(handshake.WindowClass().style, 3u);
+  EXPECT_STREQ(handshake.WindowClass().lpszClassName, "Module Class");
+
+  // InitializeMainWindow follows with the stored class.
+  CMainFrame frame(windows);
+  RECT rect{10, 20, 330, 260};
+  uint32_t result = handOver([&] { return handshake.InitializeMainWindow("Main", 0x10CF0000, 0x200, &rect); },
+                             handshake, frame);
+  EXPECT_EQ(result, 0u);
+  EXPECT_EQ(windows.registered, std::vector<std::string>{"Module Class"});
+  ASSERT_EQ(windows.frames.size(), 1u);
+  EXPECT_EQ(windows.frames[0].className, "Module Class");
+  EXPECT_EQ(windows.frames[0].title, "Main");
+  EXPECT_EQ(windows.frames[0].style, 0x10CF0000u);
+  EXPECT_EQ(windows.frames[0].exStyle, 0x200u);
+  EXPECT_EQ(windows.frames[0].rect.left, 10);
+  EXPECT_EQ(windows.frames[0].rect.bottom, 260);
+  EXPECT_EQ(os::screenSize().cx, 1024) << "no display change for a main window";
+  EXPECT_EQ(handshake.InitializeMainWindow("Again", 0, 0, &rect), 0u);
+  EXPECT_EQ(handshake.Title(), "Main");
+}
+
+TEST_F(StartHandshakeTest, AFailedClassRegistrationAsksTheUser) {
+  WNDCLASSA windowClass{};
+  windowClass.lpszClassName = "Refused";
+  windows.registerSucceeds = false;
+  {
+    // Ignore: the frame's own class.
+    runa1_test::AutoAnswer ignore("ignore");
+    StartHandshake handshake;
+    CMainFrame frame(windows);
+    handshake.InitializeSystem(&windowClass, nullptr, "T", 0);
+    EXPECT_EQ(handshake.StandUp(frame, windows), 0);
+    ASSERT_EQ(windows.frames.size(), 1u);
+    EXPECT_EQ(windows.frames[0].className, "");
+  }
+  for (const char* answer : {"abort", "retry"}) {
+    runa1_test::AutoAnswer giveUp(answer);
+    StartHandshake handshake;
+    CMainFrame frame(windows);
+    handshake.InitializeSystem(&windowClass, nullptr, "T", 0);
+    EXPECT_EQ(handshake.StandUp(frame, windows), 1) << answer;
+    EXPECT_EQ(windows.frames.size(), 1u) << answer << ": no window";
+  }
+}
+
+TEST_F(StartHandshakeTest, TheModulesEndWakesTheMainThreadWithoutAWindow) {
+  StartHandshake handshake;
+  std::thread module([&] { handshake.ModuleEnded(); });
+  EXPECT_FALSE(handshake.WaitForRequest(windows));
+  EXPECT_FALSE(windows.waitTimedOut);
+  module.join();
+  EXPECT_TRUE(windows.frames.empty());
+}
+
+TEST_F(StartHandshakeTest, AModuleThreadWithoutAModuleEndsWithOneAndWakesTheMainThread) {
+  CZPKModule unloaded;
+  StartHandshake handshake;
+  CZPKThread direct(&unloaded, nullptr);
+  EXPECT_EQ(direct.Run(), 1u) << "no StartingProc: the box, and the end";
+
+  CZPKThread thread(&unloaded, &handshake);
+  ASSERT_TRUE(thread.Start());
+  EXPECT_FALSE(handshake.WaitForRequest(windows));
+  EXPECT_FALSE(windows.waitTimedOut);
+  EXPECT_FALSE(thread.IsRunningAfter(kTimeoutMilliseconds));
+}
+
+TEST_F(StartHandshakeTest, TheDefaultClassHasTheEnginesNameAndStyle) {
+  WNDCLASSA windowClass{};
+  EXPECT_EQ(GetDefaultWndClass(&windowClass), 0u);
+  EXPECT_EQ(windowClass.style, 0x10803u);
+  EXPECT_STREQ(windowClass.lpszClassName, "Vomar Game System");
+}
+
+std::atomic<uint32_t> procedureArgument{0};
+std::atomic<uint32_t> procedureAttached{0};
+std::atomic<uint32_t> procedureExport{0};
+
+uint32_t RUNA1_API serviceProcedure(uint32_t argument) {
+  procedureAttached = vkGetErrorRecord()->attachCount;
+  vkSetError(0x10001, 7, nullptr, -1, nullptr);
+  procedureExport = vkGetLastError();
+  procedureArgument = argument;
+  return argument;
+}
+
+TEST(ModuleThreadsTest, BeginThreadRunsTheProcedureAttachedAndGivesItsIdentity) {
+  os::Thread* first = ZPK_BeginThread(serviceProcedure, 42, THREAD_PRIORITY_NORMAL, 0);
+  ASSERT_NE(first, nullptr);
+  EXPECT_FALSE(os::waitThread(first, kTimeoutMilliseconds)) << "the thread ends";
+  EXPECT_EQ(procedureArgument, 42u);
+  EXPECT_EQ(procedureAttached, 1u);
+  EXPECT_EQ(procedureExport, 0x10001u);
+
+  os::Thread* second = ZPK_BeginThread(serviceProcedure, 43, THREAD_PRIORITY_NORMAL, 1 << 20);
+  ASSERT_NE(second, nullptr);
+  EXPECT_FALSE(os::waitThread(second, kTimeoutMilliseconds));
+  EXPECT_EQ(procedureArgument, 43u);
+  EXPECT_NE(ZPK_GetThreadId(first), 0u);
+  EXPECT_NE(ZPK_GetThreadId(first), ZPK_GetThreadId(second));
+  EXPECT_NE(ZPK_GetThreadHandle(first), 0u);
+  EXPECT_NE(ZPK_GetThreadHandle(first), ZPK_GetThreadHandle(second));
+  ZPK_EndThread(first);
+  ZPK_EndThread(second);
+
+  EXPECT_EQ(ZPK_GetThreadId(nullptr), 0u);
+  EXPECT_EQ(ZPK_GetThreadHandle(nullptr), 0u);
+  ZPK_EndThread(nullptr);
+}
+
+}  // namespace
