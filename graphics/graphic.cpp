@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "base/os/paint.h"
+#include "graphics/view.h"
 
 std::atomic<int32_t> DefaultConversion{kConversionNone};
 
@@ -209,9 +210,12 @@ void Graphic::GetImageInfo(ImageInfo* info) const {
            header_.biSizeImage, 0};
 }
 
-uint32_t Graphic::InvalidateRect(const RECT*) {
+uint32_t Graphic::InvalidateRect(const RECT* rect) {
   // Screens that show images belong to the main window; without one there is nobody to tell.
-  return 1;
+  View* view = mainView();
+  if (!view) return 1;
+  view->InvalidateImage(this, rect ? *rect : RECT{0, 0, header_.biWidth - 1, header_.biHeight - 1});
+  return 0;
 }
 
 void Graphic::InvalidateAll() {

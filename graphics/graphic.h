@@ -55,7 +55,8 @@ class Graphic {
   // Ends the module's direct access to the pixels.
   void ReleaseDIBitmap();
   void GetImageInfo(ImageInfo* info) const;
-  // Tells the window which part of the image changed: 1 while there is no window to tell.
+  // Tells the window which part (inclusive; null for all) of the image changed: 1 while there is
+  // no window to tell.
   uint32_t InvalidateRect(const RECT* rect);
   void InvalidateAll();
 

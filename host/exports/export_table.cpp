@@ -13,6 +13,7 @@
 #include "host/exports/services.h"
 #include "host/exports/system.h"
 #include "host/exports/text.h"
+#include "host/exports/view.h"
 
 namespace {
 
@@ -186,6 +187,18 @@ const ExportEntry kRows[] = {
     RUNA1_EXPORT_ROW(graphic_DrawFullRectangle, 20),
     RUNA1_EXPORT_ROW(graphic_GetDefConversion8BitColor, 0),
     RUNA1_EXPORT_ROW(graphic_SetDefConversion8BitColor, 4),
+    RUNA1_EXPORT_ROW(View_Create, 12),
+    RUNA1_EXPORT_ROW(View_Delete, 4),
+    RUNA1_EXPORT_ROW(View_AttachScreen, 12),
+    RUNA1_EXPORT_ROW(View_DetachScreen, 4),
+    RUNA1_EXPORT_ROW(View_DetachAllScreen, 0),
+    RUNA1_EXPORT_ROW(View_GetFirstScreen, 0),
+    RUNA1_EXPORT_ROW(View_GetNextScreen, 4),
+    RUNA1_EXPORT_ROW(View_GetViewWindow, 8),
+    RUNA1_EXPORT_ROW(View_GetViewPort, 8),
+    RUNA1_EXPORT_ROW(View_SetViewWindow, 8),
+    RUNA1_EXPORT_ROW(View_SetViewPort, 8),
+    RUNA1_EXPORT_ROW(View_ScrollViewWindow, 12),
     RUNA1_EXPORT_ROW(ZBuffer_Create, 8),
     RUNA1_EXPORT_ROW(ZBuffer_Delete, 4),
     RUNA1_EXPORT_ROW(ZBuffer_Initialize, 8),

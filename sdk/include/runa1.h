@@ -280,6 +280,25 @@ RUNA1_IMPORT(uint32_t) graphic_DrawFullRectangle(GRAPHIC image, RECT* rect, uint
                                                  uint32_t t, uint32_t z);
 RUNA1_IMPORT(int32_t) graphic_GetDefConversion8BitColor(void);
 RUNA1_IMPORT(int32_t) graphic_SetDefConversion8BitColor(int32_t mode);
+/* Screens: each shows a rectangle of an image (the port) in a rectangle of the main window's
+ * client area (the window), stretched if the sizes differ. The main window paints them in list
+ * order, later ones covering earlier ones; 1 means there is no main window yet. Position of
+ * View_AttachScreen with a reference: 0 replaces it, negative goes before it, positive behind
+ * it; a null reference appends. */
+typedef RUNA1_HANDLE SCREEN;
+RUNA1_IMPORT(SCREEN) View_Create(GRAPHIC image, const RECT* window, const RECT* port);
+RUNA1_IMPORT(uint32_t) View_Delete(SCREEN screen);
+RUNA1_IMPORT(uint32_t) View_AttachScreen(SCREEN screen, SCREEN reference, int32_t position);
+RUNA1_IMPORT(uint32_t) View_DetachScreen(SCREEN screen);
+RUNA1_IMPORT(uint32_t) View_DetachAllScreen(void);
+RUNA1_IMPORT(SCREEN) View_GetFirstScreen(void);
+RUNA1_IMPORT(SCREEN) View_GetNextScreen(SCREEN screen);
+RUNA1_IMPORT(uint32_t) View_GetViewWindow(SCREEN screen, RECT* window);
+RUNA1_IMPORT(uint32_t) View_GetViewPort(SCREEN screen, RECT* port);
+RUNA1_IMPORT(uint32_t) View_SetViewWindow(SCREEN screen, const RECT* window);
+RUNA1_IMPORT(uint32_t) View_SetViewPort(SCREEN screen, const RECT* port);
+/* dx, dy in image pixels: positive moves the picture right and down. */
+RUNA1_IMPORT(uint32_t) View_ScrollViewWindow(SCREEN screen, int32_t dx, int32_t dy);
 RUNA1_IMPORT(ZBUFFER) ZBuffer_Create(int32_t width, int32_t height);
 RUNA1_IMPORT(uint32_t) ZBuffer_Delete(ZBUFFER buffer);
 RUNA1_IMPORT(uint32_t) ZBuffer_Initialize(ZBUFFER buffer, uint32_t value);
