@@ -11,22 +11,38 @@
 
 namespace os {
 
-std::wstring widen(const char* text) {
-  int count = MultiByteToWideChar(kShiftJis, 0, text, -1, nullptr, 0);
+namespace {
+
+// Text of `codePage` to UTF-16; empty when the text is empty or cannot be decoded.
+std::wstring toWide(UINT codePage, std::string_view text, DWORD flags = 0) {
+  if (text.empty()) return {};
+  int size = static_cast<int>(text.size());
+  int count = MultiByteToWideChar(codePage, flags, text.data(), size, nullptr, 0);
   if (count <= 0) return {};
   std::wstring wide(static_cast<size_t>(count), L'\0');
-  MultiByteToWideChar(kShiftJis, 0, text, -1, wide.data(), count);
-  wide.resize(static_cast<size_t>(count - 1));
+  MultiByteToWideChar(codePage, flags, text.data(), size, wide.data(), count);
   return wide;
 }
 
-namespace {
+// UTF-16 to `codePage`. With `exact`, false when a character has no form there (never asked
+// of UTF-8, which has a form for all of them).
+bool fromWide(UINT codePage, std::wstring_view wide, std::string* out, bool exact = false) {
+  out->clear();
+  if (wide.empty()) return true;
+  int size = static_cast<int>(wide.size());
+  DWORD flags = exact ? WC_NO_BEST_FIT_CHARS : 0;
+  BOOL lossy = FALSE;
+  BOOL* lossyOut = exact ? &lossy : nullptr;
+  int count = WideCharToMultiByte(codePage, flags, wide.data(), size, nullptr, 0, nullptr, lossyOut);
+  if (count <= 0 || lossy) return false;
+  out->assign(static_cast<size_t>(count), '\0');
+  WideCharToMultiByte(codePage, flags, wide.data(), size, out->data(), count, nullptr, nullptr);
+  return true;
+}
 
-std::string narrow(const wchar_t* text, int length) {
-  int count = WideCharToMultiByte(kShiftJis, 0, text, length, nullptr, 0, nullptr, nullptr);
-  if (count <= 0) return {};
-  std::string bytes(static_cast<size_t>(count), '\0');
-  WideCharToMultiByte(kShiftJis, 0, text, length, bytes.data(), count, nullptr, nullptr);
+std::string narrow(std::wstring_view text) {
+  std::string bytes;
+  fromWide(kShiftJis, text, &bytes);
   return bytes;
 }
 
@@ -35,6 +51,12 @@ bool toLocalSystemTime(const FILETIME& time, SYSTEMTIME* out) {
   FILETIME local;
   return FileTimeToLocalFileTime(&time, &local) && FileTimeToSystemTime(&local, out);
 }
+
+}  // namespace
+
+std::wstring widen(const char* text) { return text ? toWide(kShiftJis, text) : std::wstring(); }
+
+namespace {
 
 DWORD win32Access(uint32_t access) {
   return ((access & kAccessRead) ? GENERIC_READ : 0) | ((access & kAccessWrite) ? GENERIC_WRITE : 0);
@@ -104,12 +126,12 @@ uint32_t fullPathName(const char* path, uint32_t bufferLength, char* buffer, cha
   wchar_t* widePart = nullptr;
   DWORD length = GetFullPathNameW(wide.c_str(), needed, full.data(), &widePart);
   if (length == 0 || length >= needed) return 0;
-  std::string bytes = narrow(full.c_str(), static_cast<int>(length));
+  std::string bytes = narrow({full.c_str(), length});
   if (bytes.size() + 1 > bufferLength) return static_cast<uint32_t>(bytes.size() + 1);
   std::memcpy(buffer, bytes.c_str(), bytes.size() + 1);
   if (namePart) {
     // The name part's offset in bytes is the Shift-JIS length of what stands before it.
-    *namePart = widePart ? buffer + narrow(full.c_str(), static_cast<int>(widePart - full.c_str())).size()
+    *namePart = widePart ? buffer + narrow({full.c_str(), static_cast<size_t>(widePart - full.c_str())}).size()
                          : nullptr;
   }
   return static_cast<uint32_t>(bytes.size());
@@ -232,43 +254,16 @@ void CriticalSection::unlock() { LeaveCriticalSection(&section_); }
 
 namespace os {
 
-namespace {
-
-std::wstring widenFrom(UINT codePage, std::string_view text, DWORD flags) {
-  if (text.empty()) return {};
-  int count = MultiByteToWideChar(codePage, flags, text.data(), static_cast<int>(text.size()), nullptr, 0);
-  if (count <= 0) return {};
-  std::wstring wide(static_cast<size_t>(count), L'\0');
-  MultiByteToWideChar(codePage, flags, text.data(), static_cast<int>(text.size()), wide.data(), count);
-  return wide;
-}
-
-}  // namespace
-
 std::string shiftJisToUtf8(std::string_view text) {
-  std::wstring wide = widenFrom(kShiftJis, text, 0);
-  int count = WideCharToMultiByte(CP_UTF8, 0, wide.data(), static_cast<int>(wide.size()), nullptr, 0, nullptr, nullptr);
-  std::string out(static_cast<size_t>(count > 0 ? count : 0), '\0');
-  if (count > 0)
-    WideCharToMultiByte(CP_UTF8, 0, wide.data(), static_cast<int>(wide.size()), out.data(), count, nullptr, nullptr);
+  std::string out;
+  fromWide(CP_UTF8, toWide(kShiftJis, text), &out);
   return out;
 }
 
 bool utf8ToShiftJis(std::string_view text, std::string* out) {
-  if (text.empty()) {
-    out->clear();
-    return true;
-  }
-  std::wstring wide = widenFrom(CP_UTF8, text, MB_ERR_INVALID_CHARS);
-  if (wide.empty()) return false;
-  BOOL lossy = FALSE;
-  int count = WideCharToMultiByte(kShiftJis, WC_NO_BEST_FIT_CHARS, wide.data(), static_cast<int>(wide.size()),
-                                  nullptr, 0, nullptr, &lossy);
-  if (count <= 0 || lossy) return false;
-  out->assign(static_cast<size_t>(count), '\0');
-  WideCharToMultiByte(kShiftJis, WC_NO_BEST_FIT_CHARS, wide.data(), static_cast<int>(wide.size()), out->data(),
-                      count, nullptr, nullptr);
-  return true;
+  std::wstring wide = toWide(CP_UTF8, text, MB_ERR_INVALID_CHARS);
+  if (wide.empty() && !text.empty()) return false;
+  return fromWide(kShiftJis, wide, out, true);
 }
 
 int showMessageBox(const char* text, const char* caption, uint32_t flags) {
@@ -281,7 +276,7 @@ void writeDiagnostic(const std::string& utf8Line) {
     DWORD written = 0;
     WriteFile(error, utf8Line.data(), static_cast<DWORD>(utf8Line.size()), &written, nullptr);
   }
-  std::wstring wide = widenFrom(CP_UTF8, utf8Line, 0);
+  std::wstring wide = toWide(CP_UTF8, utf8Line);
   OutputDebugStringW(wide.c_str());
 }
 
@@ -313,8 +308,7 @@ bool chooseFileToOpen(const char* filter, const char* defaultExtension, uint32_t
   request.lpstrDefExt = extension.c_str();
   request.Flags = flags | OFN_EXPLORER;
   if (!GetOpenFileNameW(&request)) return false;
-  *path = narrow(chosen, -1);
-  if (!path->empty() && path->back() == '\0') path->pop_back();
+  *path = narrow(chosen);
   return true;
 }
 
@@ -329,7 +323,7 @@ std::string commandLineArguments() {
     while (*line > L' ') ++line;
   }
   while (*line && *line <= L' ') ++line;
-  return narrow(line, -1).c_str();
+  return narrow(line);
 }
 
 bool setCurrentDirectory(const char* path) { return SetCurrentDirectoryW(widen(path).c_str()) != 0; }
@@ -338,7 +332,7 @@ std::string currentDirectory(uint32_t maxLength) {
   std::wstring buffer(static_cast<size_t>(maxLength) + 1, L'\0');
   DWORD length = GetCurrentDirectoryW(maxLength, buffer.data());
   if (length == 0 || length >= maxLength) return {};
-  return narrow(buffer.c_str(), static_cast<int>(length));
+  return narrow({buffer.c_str(), length});
 }
 
 void* allocateExecutable(size_t bytes) {
@@ -444,7 +438,7 @@ bool readProfileString(const ProfileKey& key, std::string* value) {
                        &size) != ERROR_SUCCESS)
     return false;
   text.resize(wcsnlen(text.c_str(), text.size()));
-  *value = narrow(text.c_str(), static_cast<int>(text.size()));
+  *value = narrow(text);
   return true;
 }
 
