@@ -39,8 +39,13 @@ test: build
 bench: native
 	@for b in $(BUILD)/native/bench/*_bench; do echo "== $$b"; "$$b" || exit 1; done
 
-demo: win32
-	@echo "runa1.exe is built ($(BUILD)/win32/bin/runa1.exe); the demo game does not exist yet."
+# Builds only what the demo needs (the native tools that make its pictures and link it, then
+# runa1.exe and the module) and runs it: in a window on $$DISPLAY, or headless on Xvfb with a
+# screenshot under $(BUILD)/demo/.
+demo: $(BUILD)/native/build.ninja $(BUILD)/win32/build.ninja
+	@cmake --build $(BUILD)/native -j $(JOBS) --target zpelink mqimage demo_art
+	@cmake --build $(BUILD)/win32 -j $(JOBS) --target runa1 demo
+	@bash scripts/demo.sh --build $(BUILD)
 
 clean:
 	rm -rf $(BUILD)

@@ -7,7 +7,7 @@ set -euo pipefail
 native_pkgs=(cmake make ninja-build g++ clang libclang-rt-14-dev googletest libbenchmark-dev libpixman-1-dev
              libpng-dev libjpeg62-turbo-dev
              g++-mingw-w64-i686-posix gcc-mingw-w64-i686-posix binutils-mingw-w64-i686
-             xvfb xauth)
+             xvfb xauth x11-utils xdotool x11-apps netpbm)
 # Wine with its 32-bit half, which needs the i386 architecture.
 wine_pkgs=(wine wine32:i386)
 

@@ -16,17 +16,10 @@ run() {
 run native
 run asan
 
-# Window tests need an X server: each run gets its own Xvfb, whose display number Xvfb picks.
-xvfb_pid=
-if command -v Xvfb >/dev/null 2>&1; then
-  display_file=$(mktemp)
-  Xvfb -displayfd 3 -screen 0 1024x768x24 -nolisten tcp 3>"$display_file" >/dev/null 2>&1 &
-  xvfb_pid=$!
-  for _ in $(seq 50); do [ -s "$display_file" ] && break; sleep 0.1; done
-  if [ -s "$display_file" ]; then export DISPLAY=":$(cat "$display_file")"; fi
-  rm -f "$display_file"
-fi
-trap '[ -n "$xvfb_pid" ] && kill "$xvfb_pid" 2>/dev/null' EXIT
+# Window tests need an X server: each run gets its own Xvfb.
+. "$here/x11-env.sh"
+runa1_start_xvfb || true
+trap runa1_stop_xvfb EXIT
 
 . "$here/wine-env.sh"
 runa1_wine_prefix

@@ -1,0 +1,45 @@
+// demo_art: draws the demo game's pictures into a directory as PNG files.
+#include <cstring>
+#include <filesystem>
+#include <iostream>
+
+#include "demo/art/demo_art.h"
+
+namespace {
+
+const char kUsage[] =
+    "usage: demo_art DIRECTORY   write landscape.png, pattern.png and title.png into DIRECTORY\n"
+    "       demo_art --help\n"
+    "The landscape has a 256-colour palette; the pattern and the title plate are 24-bit.\n";
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc == 2 && (std::strcmp(argv[1], "--help") == 0 || std::strcmp(argv[1], "-h") == 0)) {
+    std::cout << kUsage;
+    return 0;
+  }
+  if (argc != 2) {
+    std::cerr << "demo_art: give one output directory\n" << kUsage;
+    return 2;
+  }
+  std::error_code code;
+  std::filesystem::create_directories(argv[1], code);
+  if (code) {
+    std::cerr << "demo_art: cannot make " << argv[1] << ": " << code.message() << "\n";
+    return 1;
+  }
+  const struct {
+    const char* name;
+    Picture (*draw)();
+  } pictures[] = {{"landscape.png", demo_art::drawLandscape}, {"pattern.png", demo_art::drawPattern},
+                  {"title.png", demo_art::drawTitlePlate}};
+  for (const auto& picture : pictures) {
+    std::string error;
+    if (!writePicture((std::filesystem::path(argv[1]) / picture.name).string(), picture.draw(), &error)) {
+      std::cerr << "demo_art: " << error << "\n";
+      return 1;
+    }
+  }
+  return 0;
+}

@@ -1,0 +1,96 @@
+#!/usr/bin/env bash
+# Runs the demo game under Wine. With a display that answers, in a real window until the player
+# presses Escape. Otherwise, or with --headless, on a private Xvfb: waits for the first frame,
+# moves the pointer into the window, presses keys, clicks if asked, saves a screenshot, and ends
+# the game with Escape (killing it only if Escape does not end it).
+set -u
+usage="usage: demo.sh [--build ROOT] [--headless] [--screenshot PNG] [--report FILE]
+                [--pointer X,Y] [--keys 'KEY ...'] [--click]
+  --build ROOT       the build root holding win32/ (default: build)
+  --headless         run on a private Xvfb even when a display is there
+  --screenshot PNG   where a headless run saves its screenshot (default: ROOT/demo/screenshot.png)
+  --report FILE      where the game reports its state (default: ROOT/demo/report.txt)
+  --pointer X,Y      client point to move the pointer to (default: 420,300)
+  --keys 'KEY ...'   keys to press, by X key name (default: 'Right Right Down')
+  --click            click the left button after the keys (swaps the picture)"
+here="$(cd "$(dirname "$0")" && pwd)"
+root=build headless=0 screenshot= report= pointer=420,300 keys="Right Right Down" click=0
+while [ $# -gt 0 ]; do
+  case "$1" in
+    --build) root="$2"; shift 2 ;;
+    --headless) headless=1; shift ;;
+    --screenshot) screenshot="$2"; shift 2 ;;
+    --report) report="$2"; shift 2 ;;
+    --pointer) pointer="$2"; shift 2 ;;
+    --keys) keys="$2"; shift 2 ;;
+    --click) click=1; shift ;;
+    -h|--help) echo "$usage"; exit 0 ;;
+    *) echo "demo.sh: unknown argument $1" >&2; echo "$usage" >&2; exit 2 ;;
+  esac
+done
+root="$(cd "$root" && pwd)"
+host="$root/win32/bin/runa1.exe"
+module="$root/win32/demo/demo.zpe"
+for file in "$host" "$module"; do
+  [ -f "$file" ] || { echo "demo.sh: $file is missing; build it with make demo" >&2; exit 1; }
+done
+screenshot="${screenshot:-$root/demo/screenshot.png}"
+report="${report:-$root/demo/report.txt}"
+mkdir -p "$(dirname "$screenshot")" "$(dirname "$report")"
+. "$here/wine-env.sh"
+. "$here/x11-env.sh"
+
+if [ $headless = 0 ] && runa1_display_reachable; then
+  echo "demo: arrow keys scroll, the mouse moves the lens, a click swaps the picture, Escape ends"
+  runa1_wine_prefix
+  exec wine "$host" "$module"
+fi
+
+game=
+finish() {
+  if [ -n "$game" ] && kill -0 "$game" 2>/dev/null; then kill "$game" 2>/dev/null; wait "$game" 2>/dev/null; fi
+  runa1_stop_xvfb
+}
+trap finish EXIT
+runa1_start_xvfb || { echo "demo.sh: no display and Xvfb does not start" >&2; exit 1; }
+runa1_wine_prefix
+rm -f "$report" "$screenshot"
+# Wine shows the Unix root as drive Z:.
+RUNA1_DEMO_REPORT="Z:${report//\//\\}" RUNA1_AUTO_ANSWER=ok wine "$host" "$module" &
+game=$!
+
+# Lines of the report: "client LEFT TOP", "ready", "state ...", "end".
+for _ in $(seq 600); do
+  grep -qx ready "$report" 2>/dev/null && break
+  kill -0 "$game" 2>/dev/null || break
+  sleep 0.1
+done
+if ! grep -qx ready "$report" 2>/dev/null; then
+  echo "demo.sh: the game did not show its first frame" >&2
+  exit 1
+fi
+read -r _ left top < <(grep '^client ' "$report")
+xdotool mousemove $((left + ${pointer%,*})) $((top + ${pointer#*,}))
+sleep 0.3
+for key in $keys; do
+  xdotool key "$key"
+  sleep 0.1
+done
+[ $click = 1 ] && xdotool click 1
+# The game applies input every 10 ms and the window repaints right after.
+sleep 1
+xwd -root -silent | xwdtopnm 2>/dev/null | pnmtopng >"$screenshot"
+xdotool key Escape
+for _ in $(seq 100); do
+  kill -0 "$game" 2>/dev/null || break
+  sleep 0.1
+done
+if kill -0 "$game" 2>/dev/null; then
+  echo "demo.sh: the game did not end on Escape; killing it" >&2
+  status=1
+else
+  wait "$game"
+  status=$?
+fi
+echo "demo: screenshot of the headless run: $screenshot"
+exit $status

@@ -1,0 +1,151 @@
+// The demo's picture generator: the landscape's layers lie where its skyline says, each band
+// of the palette is a ramp, and the title plate carries its border and letters.
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "demo/art/demo_art.h"
+
+namespace {
+
+using demo_art::Band;
+
+uint8_t indexAt(const Picture& picture, int32_t x, int32_t y) {
+  return picture.pixels[size_t(picture.height - 1 - y) * picture.pitch() + size_t(x)];
+}
+
+int32_t brightness(const RGBQUAD& c) { return c.rgbRed + c.rgbGreen + c.rgbBlue; }
+
+class LandscapeTest : public testing::Test {
+ protected:
+  static void SetUpTestSuite() { landscape_ = new Picture(demo_art::drawLandscape()); }
+  static void TearDownTestSuite() { delete landscape_; }
+  static Picture* landscape_;
+};
+Picture* LandscapeTest::landscape_ = nullptr;
+
+TEST_F(LandscapeTest, IsABigPalettePicture) {
+  EXPECT_EQ(landscape_->width, demo_art::kBigWidth);
+  EXPECT_EQ(landscape_->height, demo_art::kBigHeight);
+  EXPECT_EQ(landscape_->bits, 8u);
+  ASSERT_EQ(landscape_->palette.size(), 256u);
+  EXPECT_EQ(landscape_->pixels.size(), size_t(landscape_->pitch()) * landscape_->height);
+}
+
+TEST_F(LandscapeTest, LayersFollowTheSkylineFromTopToBottom) {
+  for (int32_t x = 0; x < landscape_->width; x += 37) {
+    demo_art::Skyline s = demo_art::skylineAt(x);
+    ASSERT_LT(0, s.farMountains) << x;
+    ASSERT_LT(s.farMountains, s.nearMountains) << x;
+    ASSERT_LT(s.nearMountains, s.meadow) << x;
+    ASSERT_LT(s.meadow, s.lake) << x;
+    ASSERT_LT(s.lake, landscape_->height) << x;
+    for (int32_t y = 0; y < landscape_->height; ++y) {
+      uint8_t index = indexAt(*landscape_, x, y);
+      bool right;
+      if (y < s.farMountains) {
+        right = inBand(index, demo_art::kSky) || inBand(index, demo_art::kSun);
+      } else if (y < s.nearMountains) {
+        right = inBand(index, demo_art::kFarMountains);
+      } else if (y < s.meadow) {
+        right = inBand(index, demo_art::kNearMountains);
+      } else if (y < s.lake) {
+        right = inBand(index, demo_art::kMeadow) || inBand(index, demo_art::kMarks);
+      } else {
+        right = inBand(index, demo_art::kWater);
+      }
+      ASSERT_TRUE(right) << "index " << int(index) << " at (" << x << ", " << y << ")";
+    }
+  }
+}
+
+TEST_F(LandscapeTest, SkyBrightensTowardsTheHorizonAndTheSunShines) {
+  EXPECT_LT(indexAt(*landscape_, 10, 0), indexAt(*landscape_, 10, 300));
+  EXPECT_TRUE(inBand(indexAt(*landscape_, 1420, 250), demo_art::kSun));
+  EXPECT_TRUE(inBand(indexAt(*landscape_, 100, 250), demo_art::kSky));
+}
+
+TEST_F(LandscapeTest, FencePostsStandEvery160Columns) {
+  for (int32_t x = 0; x < landscape_->width; x += 160) {
+    int32_t meadow = demo_art::skylineAt(x).meadow;
+    EXPECT_TRUE(inBand(indexAt(*landscape_, x, meadow + 5), demo_art::kMarks)) << x;
+    EXPECT_FALSE(inBand(indexAt(*landscape_, x + 20, meadow + 5), demo_art::kMarks)) << x;
+  }
+}
+
+TEST_F(LandscapeTest, EveryPaletteBandIsARampFromDarkToLight) {
+  for (Band band : {demo_art::kSky, demo_art::kSun, demo_art::kFarMountains, demo_art::kNearMountains,
+                    demo_art::kMeadow, demo_art::kWater}) {
+    for (int32_t i = band.first + 1; i < band.first + band.count; ++i) {
+      EXPECT_LE(brightness(landscape_->palette[i - 1]), brightness(landscape_->palette[i])) << i;
+    }
+    EXPECT_LT(brightness(landscape_->palette[band.first]), brightness(landscape_->palette[band.first + band.count - 1]));
+  }
+}
+
+TEST(DemoTextTest, GlyphsCoverLettersDigitsAndPunctuationOnly) {
+  const std::string known = "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789 .-!:";
+  for (size_t i = 0; i < known.size(); ++i) {
+    ASSERT_NE(demo_art::glyphRows(known[i]), nullptr) << known[i];
+    for (size_t j = 0; j < i; ++j) {
+      EXPECT_NE(std::memcmp(demo_art::glyphRows(known[i]), demo_art::glyphRows(known[j]), 7), 0)
+          << known[i] << " looks like " << known[j];
+    }
+  }
+  for (char c : {'a', 'z', '@', '\0', '\xA0'}) EXPECT_EQ(demo_art::glyphRows(c), nullptr) << int(c);
+}
+
+Picture blank24(int32_t width, int32_t height) {
+  Picture picture;
+  picture.width = width;
+  picture.height = height;
+  picture.bits = 24;
+  picture.pixels.assign(size_t(picture.pitch()) * height, 0);
+  return picture;
+}
+
+TEST(DemoTextTest, DrawsScaledGlyphsAtTheirPlace) {
+  Picture picture = blank24(40, 20);
+  ASSERT_TRUE(demo_art::drawText(&picture, 3, 2, "L", 2, 0xFF0000));
+  // L at scale 2: the left column two pixels wide and 14 high, the foot 10 wide.
+  for (int32_t y = 0; y < picture.height; ++y) {
+    for (int32_t x = 0; x < picture.width; ++x) {
+      bool stroke = (x >= 3 && x < 5 && y >= 2 && y < 16) || (x >= 3 && x < 13 && y >= 14 && y < 16);
+      ASSERT_EQ(demo_art::colourAt(picture, x, y), stroke ? 0xFF0000u : 0u) << x << ", " << y;
+    }
+  }
+}
+
+TEST(DemoTextTest, RefusesUnknownCharactersAndTextOutsideThePictureWithoutDrawing) {
+  Picture picture = blank24(40, 20);
+  const std::vector<uint8_t> before = picture.pixels;
+  EXPECT_FALSE(demo_art::drawText(&picture, 0, 0, "Aa", 1, 0xFFFFFF));
+  EXPECT_FALSE(demo_art::drawText(&picture, 0, 0, "ABCDEFG", 1, 0xFFFFFF));  // 41 pixels wide
+  EXPECT_FALSE(demo_art::drawText(&picture, 0, 14, "A", 1, 0xFFFFFF));  // rows 14 to 20
+  EXPECT_FALSE(demo_art::drawText(&picture, -1, 0, "A", 1, 0xFFFFFF));
+  EXPECT_FALSE(demo_art::drawText(&picture, 0, 0, "A", 0, 0xFFFFFF));
+  EXPECT_FALSE(demo_art::drawText(&picture, 0, 0, "", 1, 0xFFFFFF));
+  EXPECT_EQ(picture.pixels, before);
+  EXPECT_TRUE(demo_art::drawText(&picture, 0, 13, "ABCDEF", 1, 0xFFFFFF));  // exactly fits
+}
+
+TEST(DemoTitleTest, PlateHasAGoldBorderAndWhiteLettersWithAShadow) {
+  Picture plate = demo_art::drawTitlePlate();
+  ASSERT_EQ(plate.width, demo_art::kTitleWidth);
+  ASSERT_EQ(plate.height, demo_art::kTitleHeight);
+  ASSERT_EQ(plate.bits, 24u);
+  for (auto [x, y] : {std::pair{0, 0}, {plate.width - 1, 0}, {2, plate.height - 1}, {plate.width - 3, 50}}) {
+    EXPECT_EQ(demo_art::colourAt(plate, x, y), 0xE0B040u) << x << ", " << y;
+  }
+  // "RUNA1 DEMO" at scale 6 is 354 pixels wide, centred: it starts at column 47, row 12. The
+  // R's stem is white, the shadow shows 3 pixels right of and below its foot, and the gap
+  // between R and U is background.
+  EXPECT_EQ(demo_art::colourAt(plate, 47, 12), 0xFFFFFFu);
+  EXPECT_EQ(demo_art::colourAt(plate, 47, 53), 0xFFFFFFu);
+  EXPECT_EQ(demo_art::colourAt(plate, 47 + 3, 53 + 3), 0x201030u);
+  uint32_t gap = demo_art::colourAt(plate, 47 + 31, 20);
+  EXPECT_NE(gap, 0xFFFFFFu);
+  EXPECT_NE(gap, 0x201030u);
+}
+
+}  // namespace
