@@ -1,6 +1,6 @@
-/* The demo game: a 640x480 window with a big landscape that the arrow keys scroll, a lens that
- * follows the mouse and magnifies what lies under it, a click that swaps the landscape for a
- * colour pattern, and a title plate on top. Escape ends it.
+/* The demo game: a 640x480 window with a big landscape that the arrow keys scroll, a framed lens
+ * that follows the mouse and magnifies what lies under it, a click that swaps the landscape for
+ * a colour pattern, and a title plate on top. Escape ends it.
  *
  * The window hooks run on the host's main thread and only note what happened; the game loop
  * on the module thread owns the screens and applies the input. With the environment variable
@@ -24,8 +24,8 @@ static volatile LONG pointerMoves, pointerPosition; /* the lParam of the last WM
 /* The game's own state, module thread only. */
 static HWND window;
 static KFILE reportFile;
-static GRAPHIC pictures[DEMO_PICTURE_COUNT], titlePlate;
-static SCREEN mainScreen, lensScreen, titleScreen;
+static GRAPHIC pictures[DEMO_PICTURE_COUNT], titlePlate, lensFrame;
+static SCREEN mainScreen, lensFrameScreen, lensScreen, titleScreen;
 static int shown, scrollX = DEMO_START_X, scrollY = DEMO_START_Y;
 static int lensShown, lensX, lensY;
 
@@ -142,6 +142,14 @@ static void lensRects(RECT* lensWindow, RECT* lensPort) {
   *lensPort = toRect(p);
 }
 
+static RECT lensFrameRect(void) {
+  RECT lensWindow, lensPort;
+  lensRects(&lensWindow, &lensPort);
+  RECT frame = {lensWindow.left - DEMO_LENS_BORDER, lensWindow.top - DEMO_LENS_BORDER,
+                lensWindow.right + DEMO_LENS_BORDER, lensWindow.bottom + DEMO_LENS_BORDER};
+  return frame;
+}
+
 static RECT mainPort(void) {
   RECT port = {scrollX, scrollY, scrollX + DEMO_CLIENT_WIDTH - 1, scrollY + DEMO_CLIENT_HEIGHT - 1};
   return port;
@@ -154,21 +162,27 @@ static RECT titleRect(void) {
   return rect;
 }
 
-/* Reads the pictures and builds the screens: the picture filling the client area, the lens
- * (attached once the pointer shows up) and the title plate on top. */
+static GRAPHIC readPicture(const char* name) {
+  GRAPHIC picture = MOLAQImage_ReadImageFile(name, 0);
+  if (!picture) complain("cannot read", name);
+  return picture;
+}
+
+/* Reads the pictures and builds the screens: the picture filling the client area, the lens in
+ * its frame (attached once the pointer shows up) and the title plate on top. */
 static int buildScreens(void) {
   for (int i = 0; i < DEMO_PICTURE_COUNT; ++i) {
-    pictures[i] = MOLAQImage_ReadImageFile(kPictureFiles[i], 0);
-    if (!pictures[i]) return complain("cannot read", kPictureFiles[i]), 0;
+    if (!(pictures[i] = readPicture(kPictureFiles[i]))) return 0;
   }
-  titlePlate = MOLAQImage_ReadImageFile("title.mqi", 0);
-  if (!titlePlate) return complain("cannot read", "title.mqi"), 0;
+  if (!(titlePlate = readPicture("title.mqi")) || !(lensFrame = readPicture("lens.mqi"))) return 0;
   RECT client = {0, 0, DEMO_CLIENT_WIDTH - 1, DEMO_CLIENT_HEIGHT - 1};
   RECT port = mainPort();
   RECT title = titleRect();
+  RECT frame = lensFrameRect();
   RECT lensWindow, lensPort;
   lensRects(&lensWindow, &lensPort);
   mainScreen = View_Create(pictures[shown], &client, &port);
+  lensFrameScreen = View_Create(lensFrame, &frame, NULL);
   lensScreen = View_Create(pictures[shown], &lensWindow, &lensPort);
   titleScreen = View_Create(titlePlate, &title, NULL);
   return View_AttachScreen(mainScreen, NULL, 0) == 0 && View_AttachScreen(titleScreen, NULL, 0) == 0;
@@ -183,9 +197,20 @@ static void repairOverlay(RECT area, int dx, int dy) {
   InvalidateRect(window, &moved, FALSE);
 }
 
+/* The view scrolls the window's inclusive rectangle as the system's exclusive one: the last
+ * column and row stay where they were. Repaint them. */
+static void repairLastColumnAndRow(void) {
+  RECT column = {DEMO_CLIENT_WIDTH - 1, 0, DEMO_CLIENT_WIDTH, DEMO_CLIENT_HEIGHT};
+  RECT row = {0, DEMO_CLIENT_HEIGHT - 1, DEMO_CLIENT_WIDTH, DEMO_CLIENT_HEIGHT};
+  InvalidateRect(window, &column, FALSE);
+  InvalidateRect(window, &row, FALSE);
+}
+
 static void placeLens(void) {
   RECT lensWindow, lensPort;
   lensRects(&lensWindow, &lensPort);
+  RECT frame = lensFrameRect();
+  View_SetViewWindow(lensFrameScreen, &frame);
   View_SetViewWindow(lensScreen, &lensWindow);
   View_SetViewPort(lensScreen, &lensPort);
 }
@@ -195,15 +220,14 @@ static int scrollBy(int stepsX, int stepsY) {
   int y = demoClamp(scrollY + stepsY * DEMO_SCROLL_STEP, 0, pictureHeight() - DEMO_CLIENT_HEIGHT);
   int dx = x - scrollX, dy = y - scrollY;
   if (!dx && !dy) return 0;
-  RECT lensWindow, lensPort;
-  lensRects(&lensWindow, &lensPort);
   /* The view moves right over the picture: the picture moves left in the window. */
   View_ScrollViewWindow(mainScreen, -dx, -dy);
   scrollX = x;
   scrollY = y;
+  repairLastColumnAndRow();
   repairOverlay(titleRect(), -dx, -dy);
   if (lensShown) {
-    repairOverlay(lensWindow, -dx, -dy);
+    repairOverlay(lensFrameRect(), -dx, -dy);
     placeLens();
   }
   return 1;
@@ -213,7 +237,10 @@ static void moveLens(int32_t position) {
   lensX = demoClamp((int16_t)(position & 0xFFFF), 0, DEMO_CLIENT_WIDTH - 1);
   lensY = demoClamp((int16_t)((uint32_t)position >> 16), 0, DEMO_CLIENT_HEIGHT - 1);
   placeLens();
-  if (!lensShown) lensShown = View_AttachScreen(lensScreen, titleScreen, -1) == 0;
+  if (!lensShown) {
+    lensShown = View_AttachScreen(lensFrameScreen, titleScreen, -1) == 0 &&
+                View_AttachScreen(lensScreen, titleScreen, -1) == 0;
+  }
 }
 
 /* Shows the other picture at the same place: new screens take the places of the old ones. */
@@ -269,10 +296,12 @@ static void tearDown(void) {
   hookInput(NULL, NULL, NULL);
   View_DetachAllScreen();
   deleteScreen(mainScreen);
+  deleteScreen(lensFrameScreen);
   deleteScreen(lensScreen);
   deleteScreen(titleScreen);
   for (int i = 0; i < DEMO_PICTURE_COUNT; ++i) graphic_DeleteBitmap(pictures[i]);
   graphic_DeleteBitmap(titlePlate);
+  graphic_DeleteBitmap(lensFrame);
 }
 
 uint32_t __stdcall StartingProc(ZPKMODULE module) {

@@ -7,13 +7,14 @@ enum {
   DEMO_CLIENT_WIDTH = 640,
   DEMO_CLIENT_HEIGHT = 480,
   DEMO_SCROLL_STEP = 16, /* image pixels per arrow key press */
-  DEMO_START_X = 640,    /* first view port corner in the big pictures */
-  DEMO_START_Y = 480,
+  DEMO_START_X = 900,    /* first view port corner in the big pictures */
+  DEMO_START_Y = 250,
   DEMO_TITLE_LEFT = 12, /* the title plate, always on top */
   DEMO_TITLE_TOP = 12,
   DEMO_LENS_WIDTH = 160, /* the lens: the picture under the cursor, magnified */
   DEMO_LENS_HEIGHT = 120,
   DEMO_LENS_ZOOM = 2,
+  DEMO_LENS_BORDER = 4, /* the lens's frame around it */
   DEMO_PICTURE_COUNT = 2 /* landscape and pattern, swapped by a click */
 };
 

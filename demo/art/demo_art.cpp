@@ -75,29 +75,43 @@ uint8_t* rowFromTop(Picture* picture, int32_t y) {
 }
 
 // The landscape's index at (x, y), below the skyline of column x.
-uint8_t landscapeIndex(int32_t x, int32_t y, const Skyline& here, const Skyline& left, const Skyline& right) {
-  constexpr int32_t kSunX = 1420, kSunY = 250;
+// The slopes of the two ranges are taken over 25 columns: the fine octaves would stripe them.
+struct Slopes {
+  double farMountains, nearMountains;
+};
+
+Slopes slopesAt(int32_t x) {
+  Skyline left = skylineAt(x - 12), right = skylineAt(x + 12);
+  return {(right.farMountains - left.farMountains) / 24.0, (right.nearMountains - left.nearMountains) / 24.0};
+}
+
+// A rough texture for rock and grass: value noise whose rows are shifted by another noise.
+double roughness(int32_t x, int32_t y, double columnScale, uint32_t seed) {
+  return valueNoise(x / columnScale + valueNoise(y / 4.0, seed) * 8, seed + 1 + uint32_t(y / 3));
+}
+
+// A range lit from the left: near its ridge a slope rising to the right is bright; further
+// down the haze takes over and lightens the foot.
+double mountainLevel(int32_t x, int32_t y, int32_t ridgeTop, double slope, uint32_t seed) {
+  double depth = y - ridgeTop;
+  return 12 - slope * 14 * std::exp(-depth / 90) + depth / 22 + roughness(x, y, 9, seed) * 5;
+}
+
+uint8_t landscapeIndex(int32_t x, int32_t y, const Skyline& here, const Slopes& slopes) {
   if (y < here.farMountains) {
-    double d = std::hypot(double(x - kSunX), double(y - kSunY));
+    double d = std::hypot(double(x - kSunCentreX), double(y - kSunCentreY));
     if (d < 60) return kSun.first + kSun.count - 1;
     if (d < 110) return shade(kSun, (110 - d) * kSun.count / 50.0);
     return shade(kSky, y * kSky.count / 640.0);
   }
-  // Mountains are lit from the left: a slope rising to the right is bright, and haze lightens
-  // the foot of each range.
   if (y < here.nearMountains) {
-    double slope = right.farMountains - left.farMountains;
-    return shade(kFarMountains, 14 - slope * 1.5 + (y - here.farMountains) / 14.0);
+    return shade(kFarMountains, mountainLevel(x, y, here.farMountains, slopes.farMountains, 61));
   }
-  if (y < here.meadow) {
-    double slope = right.nearMountains - left.nearMountains;
-    return shade(kNearMountains, 12 - slope * 1.5 + (y - here.nearMountains) / 12.0);
-  }
+  if (y < here.meadow) return shade(kNearMountains, mountainLevel(x, y, here.nearMountains, slopes.nearMountains, 67));
   if (y < here.lake) {
     // Fence posts every 160 columns at the meadow's upper edge, so that scrolling shows.
     if (x % 160 < 4 && y < here.meadow + 28) return kMarks.first + (x % 160 < 2 ? 0 : 2);
-    double grass = valueNoise(x / 6.0 + valueNoise(y / 4.0, 91) * 8, 77 + uint32_t(y / 3));
-    return shade(kMeadow, 38 - (y - here.meadow) / 9.0 + grass * 10);
+    return shade(kMeadow, 38 - (y - here.meadow) / 9.0 + roughness(x, y, 6, 91) * 10);
   }
   double ripple = std::sin(y * 0.35 + 6 * valueNoise(x / 90.0, 55));
   return shade(kWater, 10 + 6 * ripple + (y - here.lake) / 16.0);
@@ -131,7 +145,7 @@ const char kPunctuation[] = " .-!:";
 }  // namespace
 
 Skyline skylineAt(int32_t x) {
-  return {360 + int32_t(240 * ridge(x / 420.0, 11)), 620 + int32_t(200 * ridge(x / 260.0, 23)),
+  return {330 + int32_t(220 * ridge(x / 420.0, 11)), 560 + int32_t(200 * ridge(x / 260.0, 23)),
           880 + int32_t(110 * ridge(x / 170.0, 37)), 1180 + int32_t(40 * ridge(x / 300.0, 41))};
 }
 
@@ -147,12 +161,10 @@ Picture drawLandscape() {
   for (int32_t i = 0; i < kMarks.count; ++i) {
     picture.palette[kMarks.first + i] = {uint8_t(marks[i]), uint8_t(marks[i] >> 8), uint8_t(marks[i] >> 16), 0};
   }
-  Skyline left = skylineAt(-1), here = skylineAt(0);
   for (int32_t x = 0; x < kBigWidth; ++x) {
-    Skyline right = skylineAt(x + 1);
-    for (int32_t y = 0; y < kBigHeight; ++y) rowFromTop(&picture, y)[x] = landscapeIndex(x, y, here, left, right);
-    left = here;
-    here = right;
+    Skyline here = skylineAt(x);
+    Slopes slopes = slopesAt(x);
+    for (int32_t y = 0; y < kBigHeight; ++y) rowFromTop(&picture, y)[x] = landscapeIndex(x, y, here, slopes);
   }
   return picture;
 }
@@ -186,6 +198,17 @@ Picture drawTitlePlate() {
   drawText(&picture, titleX + 3, 15, title, 6, 0x201030);
   drawText(&picture, titleX, 12, title, 6, 0xFFFFFF);
   drawText(&picture, helpX, 74, help, 2, 0xE0B040);
+  return picture;
+}
+
+Picture drawLensFrame() {
+  Picture picture = blankPicture(DEMO_LENS_WIDTH + 2 * DEMO_LENS_BORDER, DEMO_LENS_HEIGHT + 2 * DEMO_LENS_BORDER, 24);
+  for (int32_t y = 0; y < picture.height; ++y) {
+    for (int32_t x = 0; x < picture.width; ++x) {
+      int32_t edge = std::min({x, y, picture.width - 1 - x, picture.height - 1 - y});
+      setColour(&picture, x, y, edge == 0 || edge == DEMO_LENS_BORDER - 1 ? 0x201030 : 0xE0B040);
+    }
+  }
   return picture;
 }
 

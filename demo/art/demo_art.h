@@ -1,11 +1,12 @@
 // The demo game's pictures, drawn from nothing but arithmetic: a big landscape with a 256-colour
-// palette (stored lossless), a big colour pattern and a title plate (both 24-bit, stored by the
-// block transform).
+// palette (stored lossless), a big colour pattern, a title plate and the lens's frame (24-bit,
+// stored by the block transform).
 #pragma once
 
 #include <cstdint>
 #include <string>
 
+#include "demo/demo_layout.h"
 #include "tools/image/picture_io.h"
 
 namespace demo_art {
@@ -14,6 +15,8 @@ constexpr int32_t kBigWidth = 1920;  // both scrolling pictures
 constexpr int32_t kBigHeight = 1440;
 constexpr int32_t kTitleWidth = 448;
 constexpr int32_t kTitleHeight = 100;
+constexpr int32_t kSunCentreX = 1500;  // in the landscape, partly set behind the far range
+constexpr int32_t kSunCentreY = 390;
 
 // The landscape's palette falls into bands, one per kind of ground, each a ramp from dark to
 // light (the sky from the zenith to the horizon).
@@ -40,6 +43,9 @@ Skyline skylineAt(int32_t x);
 Picture drawLandscape();
 Picture drawPattern();
 Picture drawTitlePlate();
+// The frame around the lens: DEMO_LENS_BORDER pixels of gold between dark lines; its inside is
+// covered by the lens.
+Picture drawLensFrame();
 
 // The 5 by 7 glyph of an upper-case letter, a digit, a space or one of ".-!:": row 0 on top,
 // bit 4 the leftmost pixel. Null for any other character.

@@ -8,9 +8,10 @@
 namespace {
 
 const char kUsage[] =
-    "usage: demo_art DIRECTORY   write landscape.png, pattern.png and title.png into DIRECTORY\n"
+    "usage: demo_art DIRECTORY   write landscape.png, pattern.png, title.png and lens.png into\n"
+    "                            DIRECTORY\n"
     "       demo_art --help\n"
-    "The landscape has a 256-colour palette; the pattern and the title plate are 24-bit.\n";
+    "The landscape has a 256-colour palette; the others are 24-bit.\n";
 
 }  // namespace
 
@@ -33,7 +34,7 @@ int main(int argc, char** argv) {
     const char* name;
     Picture (*draw)();
   } pictures[] = {{"landscape.png", demo_art::drawLandscape}, {"pattern.png", demo_art::drawPattern},
-                  {"title.png", demo_art::drawTitlePlate}};
+                  {"title.png", demo_art::drawTitlePlate}, {"lens.png", demo_art::drawLensFrame}};
   for (const auto& picture : pictures) {
     std::string error;
     if (!writePicture((std::filesystem::path(argv[1]) / picture.name).string(), picture.draw(), &error)) {

@@ -54,7 +54,8 @@ bool inside(const DemoRect& r, int32_t x, int32_t y) { return x >= r.left && x <
 bool readPictures(const std::string& directory, DemoPictures* pictures, std::string* error) {
   return readEngineFile(directory + "/landscape.mqi", &pictures->big[0], error) &&
          readEngineFile(directory + "/pattern.mqi", &pictures->big[1], error) &&
-         readEngineFile(directory + "/title.mqi", &pictures->title, error);
+         readEngineFile(directory + "/title.mqi", &pictures->title, error) &&
+         readEngineFile(directory + "/lens.mqi", &pictures->lensFrame, error);
 }
 
 Picture expectedFrame(const DemoPictures& pictures, const DemoState& state) {
@@ -67,6 +68,8 @@ Picture expectedFrame(const DemoPictures& pictures, const DemoState& state) {
   DemoRect lensWindow, lensPort;
   demoLensRects(state.pointerX, state.pointerY, state.scrollX, state.scrollY, big.width, big.height, &lensWindow,
                 &lensPort);
+  DemoRect lensFrame = {lensWindow.left - DEMO_LENS_BORDER, lensWindow.top - DEMO_LENS_BORDER,
+                        lensWindow.right + DEMO_LENS_BORDER, lensWindow.bottom + DEMO_LENS_BORDER};
   DemoRect title = titleRect(pictures);
   for (int32_t y = 0; y < frame.height; ++y) {
     for (int32_t x = 0; x < frame.width; ++x) {
@@ -76,6 +79,8 @@ Picture expectedFrame(const DemoPictures& pictures, const DemoState& state) {
       } else if (state.lens && inside(lensWindow, x, y)) {
         colour = demo_art::colourAt(big, lensPort.left + (x - lensWindow.left) / DEMO_LENS_ZOOM,
                                     lensPort.top + (y - lensWindow.top) / DEMO_LENS_ZOOM);
+      } else if (state.lens && inside(lensFrame, x, y)) {
+        colour = demo_art::colourAt(pictures.lensFrame, x - lensFrame.left, y - lensFrame.top);
       } else {
         colour = demo_art::colourAt(big, state.scrollX + x, state.scrollY + y);
       }

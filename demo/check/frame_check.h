@@ -24,13 +24,14 @@ struct DemoState {
 struct DemoPictures {
   Picture big[DEMO_PICTURE_COUNT];
   Picture title;
+  Picture lensFrame;
 };
 
-// Reads landscape.mqi, pattern.mqi and title.mqi from `directory`. False with a message.
+// Reads landscape.mqi, pattern.mqi, title.mqi and lens.mqi from `directory`. False with a message.
 bool readPictures(const std::string& directory, DemoPictures* pictures, std::string* error);
 
-// The client area the demo paints in `state`: the picture at the scroll position, the lens
-// around the pointer, the title plate on top. 24 bits, DEMO_CLIENT_WIDTH by DEMO_CLIENT_HEIGHT.
+// The client area the demo paints in `state`: the picture at the scroll position, the lens in
+// its frame around the pointer, the title plate on top. 24 bits, DEMO_CLIENT_WIDTH by DEMO_CLIENT_HEIGHT.
 Picture expectedFrame(const DemoPictures& pictures, const DemoState& state);
 
 // Compares the client area at (left, top) in `screenshot` with the expected frame. Inside the

@@ -59,10 +59,20 @@ TEST_F(LandscapeTest, LayersFollowTheSkylineFromTopToBottom) {
   }
 }
 
-TEST_F(LandscapeTest, SkyBrightensTowardsTheHorizonAndTheSunShines) {
+TEST_F(LandscapeTest, SkyBrightensTowardsTheHorizonAndTheSunSetsBehindTheMountains) {
   EXPECT_LT(indexAt(*landscape_, 10, 0), indexAt(*landscape_, 10, 300));
-  EXPECT_TRUE(inBand(indexAt(*landscape_, 1420, 250), demo_art::kSun));
   EXPECT_TRUE(inBand(indexAt(*landscape_, 100, 250), demo_art::kSky));
+  // The sun's disc, 60 pixels around its centre, is at full brightness wherever the sky shows.
+  int32_t discInSky = 0;
+  for (int32_t y = demo_art::kSunCentreY - 60; y <= demo_art::kSunCentreY + 60; y += 3) {
+    for (int32_t x = demo_art::kSunCentreX - 60; x <= demo_art::kSunCentreX + 60; x += 3) {
+      int32_t dx = x - demo_art::kSunCentreX, dy = y - demo_art::kSunCentreY;
+      if (dx * dx + dy * dy >= 60 * 60 || y >= demo_art::skylineAt(x).farMountains) continue;
+      ++discInSky;
+      ASSERT_EQ(indexAt(*landscape_, x, y), demo_art::kSun.first + demo_art::kSun.count - 1) << x << ", " << y;
+    }
+  }
+  EXPECT_GT(discInSky, 100);
 }
 
 TEST_F(LandscapeTest, FencePostsStandEvery160Columns) {
@@ -127,6 +137,19 @@ TEST(DemoTextTest, RefusesUnknownCharactersAndTextOutsideThePictureWithoutDrawin
   EXPECT_FALSE(demo_art::drawText(&picture, 0, 0, "", 1, 0xFFFFFF));
   EXPECT_EQ(picture.pixels, before);
   EXPECT_TRUE(demo_art::drawText(&picture, 0, 13, "ABCDEF", 1, 0xFFFFFF));  // exactly fits
+}
+
+TEST(DemoTitleTest, LensFrameIsGoldBetweenDarkLines) {
+  Picture frame = demo_art::drawLensFrame();
+  ASSERT_EQ(frame.width, DEMO_LENS_WIDTH + 2 * DEMO_LENS_BORDER);
+  ASSERT_EQ(frame.height, DEMO_LENS_HEIGHT + 2 * DEMO_LENS_BORDER);
+  const uint32_t across[DEMO_LENS_BORDER] = {0x201030, 0xE0B040, 0xE0B040, 0x201030};
+  for (int32_t i = 0; i < DEMO_LENS_BORDER; ++i) {
+    EXPECT_EQ(demo_art::colourAt(frame, i, 50), across[i]) << i;
+    EXPECT_EQ(demo_art::colourAt(frame, frame.width - 1 - i, 50), across[i]) << i;
+    EXPECT_EQ(demo_art::colourAt(frame, 70, i), across[i]) << i;
+    EXPECT_EQ(demo_art::colourAt(frame, 70, frame.height - 1 - i), across[i]) << i;
+  }
 }
 
 TEST(DemoTitleTest, PlateHasAGoldBorderAndWhiteLettersWithAShadow) {

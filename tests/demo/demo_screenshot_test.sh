@@ -9,6 +9,6 @@ mkdir -p "$work"
 bash "$source_dir/scripts/demo.sh" --build "$build_root" --headless --screenshot "$work/screenshot.png" \
   --report "$work/report.txt" --pointer 420,300 --keys "Right Right Right Left Down Down" --click
 grep -qx end "$work/report.txt" || { echo "the game did not report its end" >&2; exit 1; }
-# From the start at (640, 480), 16 pixels a step.
+# From the start at (900, 250), 16 pixels a step.
 "$native_bin/demo_check" --screenshot "$work/screenshot.png" --pictures "$build_root/win32/demo" \
-  --report "$work/report.txt" --scroll 672,512 --picture 1 --pointer 420,300 --expected "$work/expected.png"
+  --report "$work/report.txt" --scroll 932,282 --picture 1 --pointer 420,300 --expected "$work/expected.png"

@@ -31,6 +31,7 @@ DemoPictures testPictures() {
   pictures.big[0] = codedPicture(1400, 1100, 1);
   pictures.big[1] = codedPicture(1400, 1100, 2);
   pictures.title = codedPicture(200, 40, 3);
+  pictures.lensFrame = codedPicture(DEMO_LENS_WIDTH + 2 * DEMO_LENS_BORDER, DEMO_LENS_HEIGHT + 2 * DEMO_LENS_BORDER, 4);
   return pictures;
 }
 
@@ -70,11 +71,14 @@ TEST(FrameCheckTest, ExpectedFrameLayersPictureLensAndTitle) {
   // The title plate's corner.
   EXPECT_EQ(demo_art::colourAt(frame, DEMO_TITLE_LEFT, DEMO_TITLE_TOP), demo_art::colourAt(pictures.title, 0, 0));
   // The lens: 160x120 around (420, 300), showing 80x60 pixels around the point under it, twice
-  // as large: its top left pixel comes from (672 + 420 - 40, 512 + 300 - 30).
+  // as large: its top left pixel (340, 240) comes from (672 + 420 - 40, 512 + 300 - 30).
   EXPECT_EQ(demo_art::colourAt(frame, 340, 240), demo_art::colourAt(pictures.big[1], 1052, 782));
   EXPECT_EQ(demo_art::colourAt(frame, 341, 241), demo_art::colourAt(pictures.big[1], 1052, 782));
   EXPECT_EQ(demo_art::colourAt(frame, 342, 240), demo_art::colourAt(pictures.big[1], 1053, 782));
-  EXPECT_EQ(demo_art::colourAt(frame, 339, 240), demo_art::colourAt(pictures.big[1], 672 + 339, 512 + 240));
+  // Its frame, 4 pixels wide, and the picture beyond.
+  EXPECT_EQ(demo_art::colourAt(frame, 339, 240), demo_art::colourAt(pictures.lensFrame, 3, 4));
+  EXPECT_EQ(demo_art::colourAt(frame, 336, 236), demo_art::colourAt(pictures.lensFrame, 0, 0));
+  EXPECT_EQ(demo_art::colourAt(frame, 335, 240), demo_art::colourAt(pictures.big[1], 672 + 335, 512 + 240));
 }
 
 TEST(FrameCheckTest, LensStaysInsideTheWindowAndThePicture) {
