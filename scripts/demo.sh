@@ -82,8 +82,15 @@ for key in $keys; do
   sleep 0.1
 done
 [ $click = 1 ] && xdotool click 1
-# The game applies input every 10 ms and the window repaints right after.
-sleep 1
+# The game reports each change it applies; once the report has stood still for a second, the
+# window has long repainted (up to 10 s on a busy machine).
+quiet=0
+for _ in $(seq 100); do
+  size=$(stat -c %s "$report")
+  sleep 0.1
+  if [ "$(stat -c %s "$report")" = "$size" ]; then quiet=$((quiet + 1)); else quiet=0; fi
+  [ $quiet -ge 10 ] && break
+done
 xwd -root -silent | xwdtopnm 2>/dev/null | pnmtopng >"$screenshot"
 xdotool key Escape
 for _ in $(seq 100); do
