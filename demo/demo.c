@@ -1,6 +1,6 @@
 /* The demo game: a 640x480 window with a big landscape that the arrow keys scroll, a framed lens
  * that follows the mouse and magnifies what lies under it, a click that swaps the landscape for
- * a colour pattern, and a title plate on top. Escape ends it.
+ * a colour pattern, and a title plate on top. Escape or the close box ends it.
  *
  * The window hooks run on the host's main thread and only note what happened; the game loop
  * on the module thread owns the screens and applies the input. With the environment variable
@@ -18,7 +18,7 @@ static const char kTitle[] = "Runa1 Demo";
 static const char* const kPictureFiles[DEMO_PICTURE_COUNT] = {"landscape.mqi", "pattern.mqi"};
 
 /* Written by the hooks (main thread), taken by the game loop (module thread). */
-static volatile LONG pendingStepsX, pendingStepsY, pendingClicks, escapePressed;
+static volatile LONG pendingStepsX, pendingStepsY, pendingClicks, quitRequested;
 static volatile LONG pointerMoves, pointerPosition; /* the lParam of the last WM_MOUSEMOVE */
 
 /* The game's own state, module thread only. */
@@ -35,8 +35,14 @@ static uint32_t __stdcall onKeyDown(HWND hwnd, uint32_t message, uint32_t key, i
     case VK_RIGHT: __atomic_add_fetch(&pendingStepsX, 1, __ATOMIC_SEQ_CST); break;
     case VK_UP: __atomic_sub_fetch(&pendingStepsY, 1, __ATOMIC_SEQ_CST); break;
     case VK_DOWN: __atomic_add_fetch(&pendingStepsY, 1, __ATOMIC_SEQ_CST); break;
-    case VK_ESCAPE: __atomic_store_n(&escapePressed, 1, __ATOMIC_SEQ_CST); break;
+    case VK_ESCAPE: __atomic_store_n(&quitRequested, 1, __ATOMIC_SEQ_CST); break;
   }
+  return 0;
+}
+
+/* The frame only beeps at its close box and leaves the decision to the game: it ends. */
+static uint32_t __stdcall onClose(HWND hwnd, uint32_t message, uint32_t wParam, int32_t lParam) {
+  __atomic_store_n(&quitRequested, 1, __ATOMIC_SEQ_CST);
   return 0;
 }
 
@@ -259,16 +265,17 @@ static void swapPicture(void) {
   View_Delete(oldLens);
 }
 
-static void hookInput(ZPKWNDPROC keys, ZPKWNDPROC mouse, ZPKWNDPROC buttons) {
+static void hookInput(ZPKWNDPROC keys, ZPKWNDPROC close, ZPKWNDPROC mouse, ZPKWNDPROC buttons) {
   ZPK_SetWndMessageProc(WM_KEYDOWN, keys);
+  ZPK_SetWndMessageProc(WM_CLOSE, close);
   ZPK_SetWndMessageProc(WM_MOUSEMOVE, mouse);
   ZPK_SetWndMessageProc(WM_LBUTTONDOWN, buttons);
 }
 
-/* Applies what the hooks noted, until Escape. */
+/* Applies what the hooks noted, until Escape or the close box. */
 static void play(void) {
   LONG movesSeen = 0;
-  while (!__atomic_load_n(&escapePressed, __ATOMIC_SEQ_CST)) {
+  while (!__atomic_load_n(&quitRequested, __ATOMIC_SEQ_CST)) {
     int changed = 0;
     LONG stepsX = __atomic_exchange_n(&pendingStepsX, 0, __ATOMIC_SEQ_CST);
     LONG stepsY = __atomic_exchange_n(&pendingStepsY, 0, __ATOMIC_SEQ_CST);
@@ -293,7 +300,7 @@ static void deleteScreen(SCREEN screen) {
 }
 
 static void tearDown(void) {
-  hookInput(NULL, NULL, NULL);
+  hookInput(NULL, NULL, NULL, NULL);
   View_DetachAllScreen();
   deleteScreen(mainScreen);
   deleteScreen(lensFrameScreen);
@@ -316,7 +323,7 @@ uint32_t __stdcall StartingProc(ZPKMODULE module) {
   const int corner[2] = {origin.x, origin.y};
   reportLine("client", 2, corner);
   if (buildScreens()) {
-    hookInput(onKeyDown, onMouseMove, onButtonDown);
+    hookInput(onKeyDown, onClose, onMouseMove, onButtonDown);
     UpdateWindow(window);
     reportLine("ready", 0, NULL);
     reportState();
