@@ -509,7 +509,7 @@ TEST_F(MainFrameTest, AnEmulatedModeCoversTheMonitorWithThePictureScaled) {
   ASSERT_FALSE(windows.positions.empty());
   EXPECT_EQ(windows.positions.back().width, 1920);
   EXPECT_EQ(windows.positions.back().height, 1080);
-  ASSERT_NE(frame.Scale(), nullptr);
+  ASSERT_TRUE(frame.Scale().has_value());
   // Four times the size fits, five times doesn't: 1280x960 in the middle.
   EXPECT_TRUE(sameRect(frame.Scale()->destination, RECT{320, 60, 1600, 1020}));
 
@@ -533,11 +533,11 @@ TEST_F(MainFrameTest, AnEmulatedModeCoversTheMonitorWithThePictureScaled) {
   // The background gives the desktop back; the return shows the picture again.
   windows.activate(false);
   EXPECT_FALSE(KDisplayEnvironment::IsEmulated());
-  EXPECT_EQ(frame.Scale(), nullptr);
+  EXPECT_FALSE(frame.Scale().has_value());
   EXPECT_EQ(shown.styleNow, WS_CAPTION);
   EXPECT_EQ(windows.positions.back().x, 10) << "back where it stood";
   windows.activate(true);
-  EXPECT_NE(frame.Scale(), nullptr);
+  EXPECT_TRUE(frame.Scale().has_value());
 }
 
 #endif
