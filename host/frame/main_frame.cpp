@@ -35,6 +35,16 @@ CMainFrame::~CMainFrame() {
 
 CMainFrame* CMainFrame::Current() { return currentFrame; }
 
+std::optional<PictureScale> CMainFrame::Scale() const {
+  os::Lock hold(scaleLock_);
+  return scale_;
+}
+
+void CMainFrame::SetScale(const std::optional<PictureScale>& scale) {
+  os::Lock hold(scaleLock_);
+  scale_ = scale;
+}
+
 bool CMainFrame::Create(const char* className, const char* title, uint32_t style, uint32_t exStyle,
                         const RECT& rect) {
   window_ = system_.createFrame(this, className, title, style, exStyle, rect);
@@ -89,7 +99,9 @@ ZPKWndProc CMainFrame::SetWndMessageProc(uint32_t message, ZPKWndProc procedure)
 
 intptr_t CMainFrame::frameMessage(HWND window, uint32_t message, uintptr_t wParam, intptr_t lParam) {
   // An emulated display mode shows the picture scaled: the game sees its own coordinates.
-  if (scaled_ && carriesClientPoint(message)) lParam = packPoint(scale_.ToPicture(unpackPoint(lParam)));
+  if (carriesClientPoint(message)) {
+    if (std::optional<PictureScale> scale = Scale()) lParam = packPoint(scale->ToPicture(unpackPoint(lParam)));
+  }
   intptr_t result = HandleMessage(window, message, wParam, lParam);
   uint32_t wValue = static_cast<uint32_t>(wParam);
   int32_t lValue = static_cast<int32_t>(lParam);
@@ -116,9 +128,10 @@ intptr_t CMainFrame::frameMessage(HWND window, uint32_t message, uintptr_t wPara
 intptr_t CMainFrame::HandleMessage(HWND window, uint32_t message, uintptr_t wParam, intptr_t lParam) {
   switch (message) {
     case WM_PAINT: {
-      PictureScale scale = scale_;
-      os::ScaledPicture picture{scale.picture, scale.destination};
-      system_.paint(window, scaled_ ? &picture : nullptr, [this](HDC dc) { view_.Paint(dc); });
+      std::optional<PictureScale> scale = Scale();
+      os::ScaledPicture picture{};
+      if (scale) picture = os::ScaledPicture{scale->picture, scale->destination};
+      system_.paint(window, scale ? &picture : nullptr, [this](HDC dc) { view_.Paint(dc); });
       return 0;
     }
     case WM_GETMINMAXINFO: {
@@ -198,7 +211,8 @@ uint32_t CMainFrame::ClipCursor(bool enable) {
 // screen, cut to the screen.
 void CMainFrame::ApplyClip() {
   if (!active_ || !window_) return;
-  RECT area = scaled_ ? scale_.destination : system_.clientRect(window_);
+  std::optional<PictureScale> scale = Scale();
+  RECT area = scale ? scale->destination : system_.clientRect(window_);
   POINT topLeft = system_.clientToScreen(window_, POINT{area.left, area.top});
   POINT bottomRight = system_.clientToScreen(window_, POINT{area.right - 1, area.bottom - 1});
   RECT clip{std::max<LONG>(topLeft.x, 0), std::max<LONG>(topLeft.y, 0),
@@ -241,9 +255,8 @@ void CMainFrame::EnterFullScreenWindow() {
   if (KDisplayEnvironment::IsEmulated()) {
     savedRect_ = system_.windowRect(window_);
     RECT monitor = system_.monitorRect(window_);
-    scale_ = PictureScale::Fit(SIZE{static_cast<LONG>(width_), static_cast<LONG>(height_)},
-                               RECT{0, 0, monitor.right - monitor.left, monitor.bottom - monitor.top});
-    scaled_ = true;
+    SetScale(PictureScale::Fit(SIZE{static_cast<LONG>(width_), static_cast<LONG>(height_)},
+                               RECT{0, 0, monitor.right - monitor.left, monitor.bottom - monitor.top}));
     system_.setStyles(window_, WS_POPUP | WS_VISIBLE, WS_EX_TOPMOST);
     system_.setMenu(window_, nullptr);
     system_.setWindowPos(window_, monitor.left, monitor.top, monitor.right - monitor.left,
@@ -257,7 +270,8 @@ void CMainFrame::EnterFullScreenWindow() {
 }
 
 void CMainFrame::LeaveFullScreenWindow() {
-  bool wasScaled = scaled_.exchange(false);
+  bool wasScaled = Scale().has_value();
+  SetScale(std::nullopt);
   system_.setStyles(window_, savedStyle_, savedExStyle_);
   system_.setMenu(window_, savedMenu_);
   system_.showWindow(window_, SW_RESTORE);
@@ -274,7 +288,8 @@ void CMainFrame::LeaveFullScreenWindow() {
 
 void CMainFrame::InvalidateWindowRect(const RECT& area) {
   if (!window_) return;
-  RECT shown = scaled_ ? scale_.ToWindow(area) : area;
+  std::optional<PictureScale> scale = Scale();
+  RECT shown = scale ? scale->ToWindow(area) : area;
   system_.invalidate(window_, &shown, false);
 }
 
@@ -285,7 +300,7 @@ void CMainFrame::UpdateWindow() {
 // Scaled, the moved pixels would land between the scale's rounding: the area is painted afresh.
 void CMainFrame::ScrollWindow(int32_t dx, int32_t dy, const RECT& area) {
   if (!window_) return;
-  if (scaled_) {
+  if (Scale()) {
     InvalidateWindowRect(RECT{area.left, area.top, area.right + 1, area.bottom + 1});
     return;
   }

@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "base/os/os.h"
@@ -60,8 +61,8 @@ class CMainFrame : public os::FrameClient, public ViewHost {
   bool IsFullScreenPending() const { return pendingFullScreen_; }
   bool IsActive() const { return active_; }
   bool IsCursorClipped() const { return clip_; }
-  // The placement of the picture while an emulated display mode is shown; null otherwise.
-  const PictureScale* Scale() const { return scaled_ ? &scale_ : nullptr; }
+  // The placement of the picture while an emulated display mode is shown; none otherwise.
+  std::optional<PictureScale> Scale() const;
 
   // The window procedure: the frame's own handling, then the top of the stack, the main
   // procedure and, while the game is active or for WM_ACTIVATE, the message's procedure. The
@@ -91,6 +92,7 @@ class CMainFrame : public os::FrameClient, public ViewHost {
   void ApplyClip();
   void EnterFullScreenWindow();
   void LeaveFullScreenWindow();
+  void SetScale(const std::optional<PictureScale>& scale);
 
   os::WindowSystem& system_;
   HWND window_ = nullptr;
@@ -111,7 +113,7 @@ class CMainFrame : public os::FrameClient, public ViewHost {
   std::atomic<uint32_t> active_{0};
   std::atomic<uint32_t> pendingFullScreen_{0};
   uint32_t savedPriorityClass_ = NORMAL_PRIORITY_CLASS;
-  std::atomic<bool> scaled_{false};
-  PictureScale scale_{};
+  std::optional<PictureScale> scale_;  // read by both threads, under its own lock
+  mutable os::CriticalSection scaleLock_;
   os::CriticalSection lock_;  // the stack and the message table
 };
