@@ -2,19 +2,22 @@
 # Runs the demo game under Wine. With a display that answers, in a real window until the player
 # presses Escape. Otherwise, or with --headless, on a private Xvfb: waits for the first frame,
 # moves the pointer into the window, presses keys, clicks if asked, saves a screenshot, and ends
-# the game with Escape (killing it only if Escape does not end it).
+# the game with Escape (killing it only if Escape does not end it). A headless run has a Wine
+# prefix of its own: the processes of one wineserver must share one X display, and the
+# project's prefix may be serving a test run on another.
 set -u
 usage="usage: demo.sh [--build ROOT] [--headless] [--screenshot PNG] [--report FILE]
-                [--pointer X,Y] [--keys 'KEY ...'] [--click]
+                [--pointer X,Y] [--keys 'KEY ...'] [--click] [--wineprefix DIR]
   --build ROOT       the build root holding win32/ (default: build)
   --headless         run on a private Xvfb even when a display is there
   --screenshot PNG   where a headless run saves its screenshot (default: ROOT/demo/screenshot.png)
   --report FILE      where the game reports its state (default: ROOT/demo/report.txt)
   --pointer X,Y      client point to move the pointer to (default: 420,300)
   --keys 'KEY ...'   keys to press, by X key name (default: 'Right Right Down')
-  --click            click the left button after the keys (swaps the picture)"
+  --click            click the left button after the keys (swaps the picture)
+  --wineprefix DIR   the Wine prefix of a headless run (default: ROOT/demo/wine)"
 here="$(cd "$(dirname "$0")" && pwd)"
-root=build headless=0 screenshot= report= pointer=420,300 keys="Right Right Down" click=0
+root=build headless=0 screenshot= report= pointer=420,300 keys="Right Right Down" click=0 prefix=
 while [ $# -gt 0 ]; do
   case "$1" in
     --build) root="$2"; shift 2 ;;
@@ -24,6 +27,7 @@ while [ $# -gt 0 ]; do
     --pointer) pointer="$2"; shift 2 ;;
     --keys) keys="$2"; shift 2 ;;
     --click) click=1; shift ;;
+    --wineprefix) prefix="$2"; shift 2 ;;
     -h|--help) echo "$usage"; exit 0 ;;
     *) echo "demo.sh: unknown argument $1" >&2; echo "$usage" >&2; exit 2 ;;
   esac
@@ -37,13 +41,19 @@ done
 screenshot="${screenshot:-$root/demo/screenshot.png}"
 report="${report:-$root/demo/report.txt}"
 mkdir -p "$(dirname "$screenshot")" "$(dirname "$report")"
-. "$here/wine-env.sh"
 . "$here/x11-env.sh"
+[ $headless = 1 ] || runa1_display_reachable || headless=1
+if [ $headless = 1 ]; then
+  prefix="${prefix:-$root/demo/wine}"
+  mkdir -p "$prefix"
+  export RUNA1_WINEPREFIX="$(cd "$prefix" && pwd)"
+fi
+. "$here/wine-env.sh"
 # The host reads a leading slash as a switch: give it Windows paths. Wine shows the Unix root
 # as drive Z:.
 windows_path() { local path="$1"; echo "Z:${path//\//\\}"; }
 
-if [ $headless = 0 ] && runa1_display_reachable; then
+if [ $headless = 0 ]; then
   echo "demo: arrow keys scroll, the mouse moves the lens, a click swaps the picture, Escape ends"
   runa1_wine_prefix
   exec wine "$host" "$(windows_path "$module")"
@@ -52,6 +62,7 @@ fi
 game=
 finish() {
   if [ -n "$game" ] && kill -0 "$game" 2>/dev/null; then kill "$game" 2>/dev/null; wait "$game" 2>/dev/null; fi
+  wineserver -k 2>/dev/null  # the prefix is this run's own
   runa1_stop_xvfb
 }
 trap finish EXIT

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Runs the demo game headless: the pointer goes to client point (420, 300), the arrow keys
 # move the view two steps right and two down, a click swaps in the pattern, and Escape ends
-# the game. The screenshot must show exactly that frame.
+# the game. The screenshot must show exactly that frame. The run uses the Wine prefix of headless
+# demo runs (BUILD_ROOT/demo/wine), made on the first run.
 # Usage: demo_screenshot_test.sh SOURCE_DIR BUILD_ROOT NATIVE_BIN WORK_DIR
 set -eu
 source_dir="$1" build_root="$2" native_bin="$3" work="$4"
