@@ -22,7 +22,8 @@ std::vector<int16_t> music() {
   std::mt19937 random(1);
   for (uint32_t i = 0; i < count; ++i) {
     double t = double(i) / 44100, decay = std::exp(-double(i % 11025) / 4000);
-    double low = 6000 * std::sin(2 * kPi * 220 * t), note = 4000 * std::sin(2 * kPi * 330 * t) * decay;
+    double low = 6000 * std::sin(2 * kPi * 220 * t),
+           note = 4000 * std::sin(2 * kPi * 330 * t) * decay;
     double high = 2000 * std::sin(2 * kPi * 1760 * t);
     s[2 * i] = int16_t(low + note + high + int(random() % 401) - 200);
     s[2 * i + 1] = int16_t(low - note + 0.5 * high + int(random() % 401) - 200);
@@ -115,12 +116,15 @@ FramesHeader framesHeader(int64_t blockSize, int64_t coarse) {
   h.width = Scene::kWidth;
   h.height = Scene::kHeight;
   h.blockSize = uint32_t(blockSize);
-  mqFitQuantCurve(int32_t(blockSize), 6 + double(coarse), 8 + double(coarse), 10 + double(coarse), &h.curveA, &h.curveB, &h.curveC);
-  mqFitQuantCurve(kCubeFramesLog, 7 + double(coarse), 8 + double(coarse), 9 + double(coarse), &h.timeA, &h.timeB, &h.timeC);
+  mqFitQuantCurve(int32_t(blockSize), 6 + double(coarse), 8 + double(coarse), 10 + double(coarse),
+                  &h.curveA, &h.curveB, &h.curveC);
+  mqFitQuantCurve(kCubeFramesLog, 7 + double(coarse), 8 + double(coarse), 9 + double(coarse),
+                  &h.timeA, &h.timeB, &h.timeC);
   return h;
 }
 
-double psnr(const std::vector<std::vector<uint8_t>>& a, const std::vector<std::vector<uint8_t>>& b) {
+double psnr(const std::vector<std::vector<uint8_t>>& a,
+            const std::vector<std::vector<uint8_t>>& b) {
   double sum = 0, count = 0;
   for (size_t t = 0; t < a.size(); ++t) {
     for (size_t i = 0; i < a[t].size(); ++i) {
@@ -147,7 +151,8 @@ void BM_FramesCompress(benchmark::State& state) {
 using DecompressFn = uint32_t (*)(const void*, size_t, uint8_t* const*, int32_t);
 
 // Decoding time of one variant, in seconds per call, for the speedup counter.
-double decodeSeconds(DecompressFn decompress, const uint8_t* data, uint32_t bytes, uint8_t* const* out) {
+double decodeSeconds(DecompressFn decompress, const uint8_t* data, uint32_t bytes,
+                     uint8_t* const* out) {
   const int calls = 5;
   auto start = std::chrono::steady_clock::now();
   for (int i = 0; i < calls; ++i) decompress(data, bytes, out, Scene::kPitch);
@@ -159,7 +164,8 @@ void BM_FramesDecompress(benchmark::State& state) {
   FramesHeader h = framesHeader(state.range(0), state.range(1));
   uint32_t bytes = 0;
   uint8_t* data = mqCompressFrames(&h, scene().pointers().data(), Scene::kPitch, 0, &bytes);
-  std::vector<std::vector<uint8_t>> out(kCubeFrames, std::vector<uint8_t>(size_t(Scene::kPitch) * Scene::kHeight));
+  std::vector<std::vector<uint8_t>> out(
+      kCubeFrames, std::vector<uint8_t>(size_t(Scene::kPitch) * Scene::kHeight));
   std::vector<uint8_t*> pointers;
   for (auto& f : out) pointers.push_back(f.data());
   for (auto _ : state) {
@@ -170,8 +176,9 @@ void BM_FramesDecompress(benchmark::State& state) {
   state.counters["ratio"] = double(kCubeFrames) * Scene::kPitch * Scene::kHeight / bytes;
   state.counters["psnr_dB"] = psnr(scene().frames, out);
   if (decompress == mqDecompressFramesSSE2) {
-    state.counters["speedup"] = decodeSeconds(mqDecompressFramesPlain, data, bytes, pointers.data()) /
-                                decodeSeconds(mqDecompressFramesSSE2, data, bytes, pointers.data());
+    state.counters["speedup"] =
+        decodeSeconds(mqDecompressFramesPlain, data, bytes, pointers.data()) /
+        decodeSeconds(mqDecompressFramesSSE2, data, bytes, pointers.data());
   }
   mqFreeFrames(data);
 }
@@ -180,8 +187,21 @@ void BM_FramesDecompress(benchmark::State& state) {
 
 BENCHMARK(BM_SoundCompress)->Arg(6)->Arg(8)->Arg(10)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_SoundDecompress)->Arg(6)->Arg(8)->Arg(10)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_FramesCompress)->Args({3, 0})->Args({4, 0})->Args({5, 0})->Args({4, 2})->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_FramesCompress)
+    ->Args({3, 0})
+    ->Args({4, 0})
+    ->Args({5, 0})
+    ->Args({4, 2})
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK_TEMPLATE(BM_FramesDecompress, mqDecompressFramesPlain)
-    ->Args({3, 0})->Args({4, 0})->Args({5, 0})->Args({4, 2})->Unit(benchmark::kMillisecond);
+    ->Args({3, 0})
+    ->Args({4, 0})
+    ->Args({5, 0})
+    ->Args({4, 2})
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK_TEMPLATE(BM_FramesDecompress, mqDecompressFramesSSE2)
-    ->Args({3, 0})->Args({4, 0})->Args({5, 0})->Args({4, 2})->Unit(benchmark::kMillisecond);
+    ->Args({3, 0})
+    ->Args({4, 0})
+    ->Args({5, 0})
+    ->Args({4, 2})
+    ->Unit(benchmark::kMillisecond);

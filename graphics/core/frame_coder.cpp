@@ -8,6 +8,7 @@
 #include <memory>
 #include <vector>
 
+#include "graphics/core/coded_record.h"
 #include "graphics/core/dct.h"
 #include "graphics/core/image_codec.h"
 #include "graphics/core/molaq.h"
@@ -20,8 +21,8 @@ constexpr uint32_t kPhraseLimit = 4096;
 constexpr int kCubeShift = 21;  // 3 axes of the neutral quantiser shift 7
 
 bool headerInRange(const FramesHeader& h) {
-  return h.width >= 1 && h.width <= kFramesMaxSide && h.height >= 1 &&
-         h.height <= kFramesMaxSide && h.blockSize >= 3 && h.blockSize <= 5;
+  return h.width >= 1 && h.width <= kFramesMaxSide && h.height >= 1 && h.height <= kFramesMaxSide &&
+         h.blockSize >= 3 && h.blockSize <= 5;
 }
 
 // The quantiser tables of the two curves.
@@ -42,11 +43,13 @@ int32_t roundToInt32(double value) {
 
 void mqForwardCube(int32_t* dst, const float* src, int32_t pitch, int32_t framePitch,
                    const uint32_t* q, const uint32_t* qt, int32_t blockSize) {
+  mqCheckCubeSize(blockSize, 0);
   const int32_t n = 1 << blockSize, plane = n * n;
   std::vector<double> samples(kCubeFrames * plane), rows(kCubeFrames * plane);
   for (int32_t t = 0; t < kCubeFrames; ++t) {
     for (int32_t y = 0; y < n; ++y) {
-      const float* line = src + static_cast<ptrdiff_t>(t) * framePitch + static_cast<ptrdiff_t>(y) * pitch;
+      const float* line =
+          src + static_cast<ptrdiff_t>(t) * framePitch + static_cast<ptrdiff_t>(y) * pitch;
       std::copy(line, line + n, samples.begin() + t * plane + y * n);
     }
   }
@@ -75,6 +78,7 @@ void mqForwardCube(int32_t* dst, const float* src, int32_t pitch, int32_t frameP
 
 void mqInverseCubePlain(int32_t* dst, const int32_t* src, const uint32_t* q, const uint32_t* qt,
                         int32_t blockSize, int32_t scale) {
+  mqCheckCubeSize(blockSize, scale);
   const int32_t n = 1 << blockSize, side = n << scale, logSide = blockSize + scale;
   const int32_t plane = n * n, outPlane = side * side;
   // A line of n coefficients read `stride` apart, padded with zeros to `1 << logSize`.
@@ -114,7 +118,8 @@ uint8_t* mqCompressFrames(const FramesHeader* header, const uint8_t* const frame
   if (!headerInRange(*header)) return nullptr;
   const int32_t b = static_cast<int32_t>(header->blockSize), n = 1 << b, macro = 2 * n;
   const int32_t plane = n * n, macroPlane = macro * macro;
-  const int32_t width = static_cast<int32_t>(header->width), height = static_cast<int32_t>(header->height);
+  const int32_t width = static_cast<int32_t>(header->width),
+                height = static_cast<int32_t>(header->height);
   const CubeQuantisers quantisers(*header);
   const uint16_t* scan = mqScanOrder(n);
   std::vector<float> rgb(3 * macroPlane), luma(kCubeFrames * macroPlane),
@@ -154,37 +159,29 @@ uint8_t* mqCompressFrames(const FramesHeader* header, const uint8_t* const frame
           }
         }
       }
-      for (int32_t i = 0; i < 4; ++i) emit(luma.data() + (i / 2) * n * macro + (i % 2) * n, macro, macroPlane);
+      for (int32_t i = 0; i < 4; ++i) {
+        emit(luma.data() + (i / 2) * n * macro + (i % 2) * n, macro, macroPlane);
+      }
       for (int32_t c = 0; c < 2; ++c) emit(chroma.data() + c * kCubeFrames * plane, n, plane);
     }
   }
-  std::vector<uint8_t> stream = mqEncodeSymbols(symbols.data(), static_cast<uint32_t>(symbols.size()),
-                                                kMQUnit32 | kMQSigned, kShortRun, kPhraseLimit);
-  FramesHeader out = *header;
-  out.version = kFramesVersion;
-  out.streamSize = static_cast<uint32_t>(stream.size());
-  auto* data = static_cast<uint8_t*>(std::malloc(sizeof out + stream.size()));
-  std::memcpy(data, &out, sizeof out);
-  std::memcpy(data + sizeof out, stream.data(), stream.size());
-  *byteCount = static_cast<uint32_t>(sizeof out + stream.size());
-  return data;
+  std::vector<uint8_t> stream =
+      mqEncodeSymbols(symbols.data(), static_cast<uint32_t>(symbols.size()), kMQUnit32 | kMQSigned,
+                      kShortRun, kPhraseLimit);
+  return mqPackCodedRecord(*header, kFramesVersion, stream, byteCount);
 }
 
 void mqFreeFrames(uint8_t* data) { std::free(data); }
 
 uint32_t mqReadFramesHeader(const void* data, size_t size, FramesHeader* header) {
-  if (size < sizeof *header) return kFramesBadHeader;
-  std::memcpy(header, data, sizeof *header);
-  if (header->version != kFramesVersion || !headerInRange(*header) ||
-      header->streamSize > size - sizeof *header) {
-    return kFramesBadHeader;
-  }
-  return kFramesDone;
+  bool valid = mqUnpackCodedRecord(data, size, kFramesVersion, header) && headerInRange(*header);
+  return valid ? kFramesDone : kFramesBadHeader;
 }
 
 namespace {
 
-using InverseCubeFn = void (*)(int32_t*, const int32_t*, const uint32_t*, const uint32_t*, int32_t, int32_t);
+using InverseCubeFn = void (*)(int32_t*, const int32_t*, const uint32_t*, const uint32_t*, int32_t,
+                               int32_t);
 
 uint32_t decompressFrames(const void* data, size_t size, uint8_t* const frames[kCubeFrames],
                           int32_t pitch, InverseCubeFn inverseCube, YCCToRGBFn toRGB) {
@@ -199,7 +196,8 @@ uint32_t decompressFrames(const void* data, size_t size, uint8_t* const frames[k
 
   const int32_t b = static_cast<int32_t>(header.blockSize), n = 1 << b, macro = 2 * n;
   const int32_t plane = n * n, macroPlane = macro * macro;
-  const int32_t width = static_cast<int32_t>(header.width), height = static_cast<int32_t>(header.height);
+  const int32_t width = static_cast<int32_t>(header.width),
+                height = static_cast<int32_t>(header.height);
   const CubeQuantisers quantisers(header);
   const uint16_t* scan = mqScanOrder(n);
   std::vector<int32_t> symbols(kCubeFrames * plane), coefficients(kCubeFrames * plane);
@@ -210,24 +208,29 @@ uint32_t decompressFrames(const void* data, size_t size, uint8_t* const frames[k
       for (int32_t i = 0; i < 6; ++i) {
         mqDecode(decoder.get(), &state, symbols.data(), static_cast<uint32_t>(symbols.size()));
         for (int32_t w = 0; w < kCubeFrames; ++w) {
-          for (int32_t p = 0; p < plane; ++p) coefficients[w * plane + scan[p]] = symbols[w * plane + p];
+          for (int32_t p = 0; p < plane; ++p) {
+            coefficients[w * plane + scan[p]] = symbols[w * plane + p];
+          }
         }
         int32_t* out = i < 4 ? luma.data() + i * kCubeFrames * plane
                              : chroma.data() + (i - 4) * kCubeFrames * macroPlane;
         inverseCube(out, coefficients.data(), quantisers.space, quantisers.time, b, i < 4 ? 0 : 1);
       }
-      const int32_t rows = std::min(macro, height - top), copyBytes = std::min(macro, width - left) * 3;
+      const int32_t rows = std::min(macro, height - top),
+                    copyBytes = std::min(macro, width - left) * 3;
       for (int32_t t = 0; t < kCubeFrames; ++t) {
         const int32_t* cb = chroma.data() + t * macroPlane;
         const int32_t* cr = cb + kCubeFrames * macroPlane;
         for (int32_t r = 0; r < rows; ++r) {
           // The luminance of this row lies in the left and the right cube of its half.
-          const int32_t* lumaRow = luma.data() + ((r / n) * 2 * kCubeFrames + t) * plane + (r % n) * n;
+          const int32_t* lumaRow =
+              luma.data() + ((r / n) * 2 * kCubeFrames + t) * plane + (r % n) * n;
           for (int32_t half = 0; half < 2; ++half) {
             toRGB(pixels.data() + half * n * 3, lumaRow + half * kCubeFrames * plane,
                   cb + r * macro + half * n, cr + r * macro + half * n, static_cast<uint32_t>(n));
           }
-          std::memcpy(frames[t] + static_cast<ptrdiff_t>(top + r) * pitch + static_cast<ptrdiff_t>(left) * 3,
+          std::memcpy(frames[t] + static_cast<ptrdiff_t>(top + r) * pitch +
+                          static_cast<ptrdiff_t>(left) * 3,
                       pixels.data(), copyBytes);
         }
       }

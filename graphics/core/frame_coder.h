@@ -26,10 +26,17 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 
 enum : int32_t { kCubeFrames = 8, kCubeFramesLog = 3 };
 constexpr uint32_t kFramesVersion = 0x100;
 constexpr uint32_t kFramesMaxSide = 16384;
+
+// Stops the process on a cube size out of range (blockSize 3 to 5, scale 0 or 1), as the block
+// transforms do: no caller passes one from data.
+inline void mqCheckCubeSize(int32_t blockSize, int32_t scale) {
+  if (blockSize < 3 || blockSize > 5 || scale < 0 || scale > 1) std::abort();
+}
 
 struct FramesHeader {
   uint32_t version;
@@ -75,7 +82,7 @@ uint32_t mqReadFramesHeader(const void* data, size_t size, FramesHeader* header)
 // Decodes eight frames into `frames`, each of the header's width and height in 24-bit pixels,
 // rows `pitch` bytes apart. One of the codes above. Each variant uses its own inverse cube and
 // colour conversion.
-uint32_t mqDecompressFramesPlain(const void* data, size_t size,
-                                 uint8_t* const frames[kCubeFrames], int32_t pitch);
-uint32_t mqDecompressFramesSSE2(const void* data, size_t size,
-                                uint8_t* const frames[kCubeFrames], int32_t pitch);
+uint32_t mqDecompressFramesPlain(const void* data, size_t size, uint8_t* const frames[kCubeFrames],
+                                 int32_t pitch);
+uint32_t mqDecompressFramesSSE2(const void* data, size_t size, uint8_t* const frames[kCubeFrames],
+                                int32_t pitch);

@@ -20,7 +20,8 @@ struct CubeBasis {
       line[logSize].resize(side * side);
       for (int k = 0; k < side; ++k) {
         for (int x = 0; x < side; ++x) {
-          line[logSize][k * side + x] = static_cast<float>(std::cos((2 * x + 1) * k * std::numbers::pi / (2.0 * side)));
+          line[logSize][k * side + x] =
+              static_cast<float>(std::cos((2 * x + 1) * k * std::numbers::pi / (2.0 * side)));
         }
       }
     }
@@ -36,6 +37,7 @@ const CubeBasis& cubeBasis() {
 
 void mqInverseCubeSSE2(int32_t* dst, const int32_t* src, const uint32_t* q, const uint32_t* qt,
                        int32_t blockSize, int32_t scale) {
+  mqCheckCubeSize(blockSize, scale);
   const int32_t n = 1 << blockSize, side = n << scale, plane = n * n, outPlane = side * side;
   const float* space = cubeBasis().line[blockSize + scale].data();
   const float* time = cubeBasis().line[kCubeFramesLog].data();
@@ -56,7 +58,8 @@ void mqInverseCubeSSE2(int32_t* dst, const int32_t* src, const uint32_t* q, cons
         __m128 c = _mm_set1_ps(std::ldexp(static_cast<float>(in[u]), shift));
         const float* column = space + u * side;
         for (int32_t x = 0; x < side; x += 4) {
-          _mm_storeu_ps(out + x, _mm_add_ps(_mm_loadu_ps(out + x), _mm_mul_ps(c, _mm_loadu_ps(column + x))));
+          _mm_storeu_ps(out + x,
+                        _mm_add_ps(_mm_loadu_ps(out + x), _mm_mul_ps(c, _mm_loadu_ps(column + x))));
         }
         rowLive[w][v] = planeLive[w] = true;
       }
@@ -72,7 +75,8 @@ void mqInverseCubeSSE2(int32_t* dst, const int32_t* src, const uint32_t* q, cons
         for (int32_t v = 0; v < n; ++v) {
           if (!rowLive[w][v]) continue;
           __m128 weight = _mm_set1_ps(space[v * side + y]);
-          sum = _mm_add_ps(sum, _mm_mul_ps(weight, _mm_loadu_ps(rows.data() + (w * n + v) * side + x)));
+          sum = _mm_add_ps(sum,
+                           _mm_mul_ps(weight, _mm_loadu_ps(rows.data() + (w * n + v) * side + x)));
         }
         _mm_storeu_ps(out + y * side + x, sum);
       }

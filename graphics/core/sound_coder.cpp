@@ -8,6 +8,7 @@
 #include <memory>
 #include <vector>
 
+#include "graphics/core/coded_record.h"
 #include "graphics/core/dct.h"
 #include "graphics/core/phrase_coder.h"
 
@@ -26,7 +27,9 @@ void forEachCurvePoint(int32_t logFrame, const int32_t curve[3], Each each) {
 }
 
 bool headerInRange(const SoundHeader& h) {
-  auto curveInRange = [](int32_t point) { return point >= kSoundMinCurve && point <= kSoundMaxCurve; };
+  auto curveInRange = [](int32_t point) {
+    return point >= kSoundMinCurve && point <= kSoundMaxCurve;
+  };
   return h.channels >= 1 && h.channels <= kSoundMaxChannels && h.sampleRate >= 1 &&
          h.sampleRate <= kSoundMaxRate && (h.sourceBits == 8 || h.sourceBits == 16) &&
          h.logFrame >= kSoundMinLogFrame && h.logFrame <= kSoundMaxLogFrame &&
@@ -56,7 +59,8 @@ SoundFrame* mqInitSoundFrame(void* memory, int32_t logFrame) {
 }
 
 void mqMakeSoundCurve(double* steps, int32_t logFrame, const int32_t curve[3]) {
-  forEachCurvePoint(logFrame, curve, [&](int32_t k, double exponent) { steps[k] = std::exp2(exponent); });
+  forEachCurvePoint(logFrame, curve,
+                    [&](int32_t k, double exponent) { steps[k] = std::exp2(exponent); });
 }
 
 void mqMakeInverseSoundCurve(double* inverseSteps, int32_t logFrame, const int32_t curve[3]) {
@@ -75,7 +79,8 @@ void mqApplySoundEqualizer(double* steps, int32_t logFrame, uint32_t sampleRate,
     double gain = bands[band].gain;
     if (frequency > bands[band].frequency && band + 1 < bandCount) {
       const SoundEqualizerBand& next = bands[band + 1];
-      double t = (frequency - bands[band].frequency) / (double(next.frequency) - bands[band].frequency);
+      double t =
+          (frequency - bands[band].frequency) / (double(next.frequency) - bands[band].frequency);
       gain += t * (next.gain - gain);
     }
     steps[k] *= std::pow(10.0, gain / 20);
@@ -156,11 +161,13 @@ uint8_t* mqCompressSound(const SoundHeader* header, const void* samples, uint32_
   symbols.reserve(static_cast<size_t>(blocks) * channels * (n + 1));
   for (uint32_t b = 0; b < blocks; ++b) {
     const uint32_t count = std::min<uint32_t>(n, header->frameCount - b * n);
-    const size_t first = static_cast<size_t>(b) * n * channels, values = static_cast<size_t>(count) * channels;
+    const size_t first = static_cast<size_t>(b) * n * channels,
+                 values = static_cast<size_t>(count) * channels;
     if (header->sourceBits == 16) {
       std::memcpy(block.data(), static_cast<const int16_t*>(samples) + first, values * 2);
     } else {
-      mqBiasSamples(biased.data(), static_cast<const uint8_t*>(samples) + first, static_cast<uint32_t>(values));
+      mqBiasSamples(biased.data(), static_cast<const uint8_t*>(samples) + first,
+                    static_cast<uint32_t>(values));
       for (size_t i = 0; i < values; ++i) block[i] = static_cast<int16_t>(biased[i] * 256);
     }
     for (uint32_t channel = 0; channel < channels; ++channel) {
@@ -175,26 +182,14 @@ uint8_t* mqCompressSound(const SoundHeader* header, const void* samples, uint32_
     stream = mqEncodeSymbols(symbols.data(), static_cast<uint32_t>(symbols.size()),
                              kMQUnit32 | kMQSigned, kShortRun, kPhraseLimit);
   }
-  SoundHeader out = *header;
-  out.version = kSoundVersion;
-  out.streamSize = static_cast<uint32_t>(stream.size());
-  auto* data = static_cast<uint8_t*>(std::malloc(sizeof out + stream.size()));
-  std::memcpy(data, &out, sizeof out);
-  if (!stream.empty()) std::memcpy(data + sizeof out, stream.data(), stream.size());
-  *byteCount = static_cast<uint32_t>(sizeof out + stream.size());
-  return data;
+  return mqPackCodedRecord(*header, kSoundVersion, stream, byteCount);
 }
 
 void mqFreeCompressed(uint8_t* data) { std::free(data); }
 
 uint32_t mqReadSoundHeader(const void* data, size_t size, SoundHeader* header) {
-  if (size < sizeof *header) return kSoundBadHeader;
-  std::memcpy(header, data, sizeof *header);
-  if (header->version != kSoundVersion || !headerInRange(*header) ||
-      header->streamSize > size - sizeof *header) {
-    return kSoundBadHeader;
-  }
-  return kSoundDone;
+  bool valid = mqUnpackCodedRecord(data, size, kSoundVersion, header) && headerInRange(*header);
+  return valid ? kSoundDone : kSoundBadHeader;
 }
 
 uint32_t mqDecompressSound(const void* data, size_t size, int16_t* dst, size_t capacity,

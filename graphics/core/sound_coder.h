@@ -52,7 +52,7 @@ enum : uint32_t {
   kSoundDone = 0,
   kSoundBadHeader = 1,  // wrong version, a field out of range, or the stream is cut short
   kSoundBadStream = 2,  // the coded stream decodes to impossible values
-  kSoundNoRoom = 3,  // the caller's buffer holds fewer samples than the sound
+  kSoundNoRoom = 3,     // the caller's buffer holds fewer samples than the sound
 };
 
 // The working record of one frame's transform, mqGetSoundFrameSize(n) bytes: this 32-byte head,

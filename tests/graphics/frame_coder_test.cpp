@@ -58,7 +58,9 @@ std::vector<int32_t> sparseCube(int32_t n, std::mt19937& random) {
   for (int32_t w = 0; w < 8; ++w) {
     for (int32_t v = 0; v < n; ++v) {
       for (int32_t u = 0; u < n; ++u) {
-        if (u + v + 3 * w < 6 || random() % 17 == 0) cube[(w * n + v) * n + u] = int32_t(random() % 801) - 400;
+        if (u + v + 3 * w < 6 || random() % 17 == 0) {
+          cube[(w * n + v) * n + u] = int32_t(random() % 801) - 400;
+        }
       }
     }
   }
@@ -78,7 +80,9 @@ TEST(CubeTransform, PlainInverseFollowsTheFormulaAndSSE2AgreesWithIt) {
       mqInverseCubePlain(plain.data(), cube.data(), q, qt, blockSize, scale);
       mqInverseCubeSSE2(vector.data(), cube.data(), q, qt, blockSize, scale);
       EXPECT_EQ(cube, kept) << "the coefficients are not touched";
-      for (size_t i = 0; i < plain.size(); ++i) ASSERT_NEAR(vector[i], plain[i], 1) << blockSize << " " << scale << " " << i;
+      for (size_t i = 0; i < plain.size(); ++i) {
+        ASSERT_NEAR(vector[i], plain[i], 1) << blockSize << " " << scale << " " << i;
+      }
       for (int32_t t = 0; t < 8; t += 3) {
         for (int32_t y = 0; y < side; y += 5) {
           for (int32_t x = 0; x < side; x += 7) {
@@ -86,7 +90,8 @@ TEST(CubeTransform, PlainInverseFollowsTheFormulaAndSSE2AgreesWithIt) {
             for (int32_t w = 0; w < 8; ++w) {
               for (int32_t v = 0; v < n; ++v) {
                 for (int32_t u = 0; u < n; ++u) {
-                  sum += cube[(w * n + v) * n + u] * basis(x, u, side) * basis(y, v, side) * basis(t, w, 8);
+                  sum += cube[(w * n + v) * n + u] * basis(x, u, side) * basis(y, v, side) *
+                         basis(t, w, 8);
                 }
               }
             }
@@ -120,7 +125,9 @@ struct Frames {
   int32_t width, height, pitch;
   std::vector<std::vector<uint8_t>> pixels;
   Frames(int32_t w, int32_t h, uint8_t fill = 0)
-      : width(w), height(h), pitch((w * 3 + 3) & ~3),
+      : width(w),
+        height(h),
+        pitch((w * 3 + 3) & ~3),
         pixels(8, std::vector<uint8_t>(size_t(pitch) * (h + 1), fill)) {}
   uint8_t* at(int32_t t, int32_t x, int32_t y) { return &pixels[t][size_t(y) * pitch + x * 3]; }
   std::vector<uint8_t*> pointers() {
@@ -140,7 +147,8 @@ double psnr(const Frames& a, const Frames& b) {
   for (int32_t t = 0; t < 8; ++t) {
     for (int32_t y = 0; y < a.height; ++y) {
       for (int32_t i = 0; i < a.width * 3; ++i) {
-        double d = double(a.pixels[t][size_t(y) * a.pitch + i]) - b.pixels[t][size_t(y) * b.pitch + i];
+        double d =
+            double(a.pixels[t][size_t(y) * a.pitch + i]) - b.pixels[t][size_t(y) * b.pitch + i];
         sum += d * d;
       }
     }
@@ -159,9 +167,11 @@ FramesHeader framesHeader(int32_t width, int32_t height, uint32_t blockSize) {
   return h;
 }
 
-std::vector<uint8_t> compressFrames(const FramesHeader& h, const Frames& frames, uint32_t threshold = 0) {
+std::vector<uint8_t> compressFrames(const FramesHeader& h, const Frames& frames,
+                                    uint32_t threshold = 0) {
   uint32_t bytes = 0;
-  uint8_t* data = mqCompressFrames(&h, frames.constPointers().data(), frames.pitch, threshold, &bytes);
+  uint8_t* data =
+      mqCompressFrames(&h, frames.constPointers().data(), frames.pitch, threshold, &bytes);
   EXPECT_NE(data, nullptr);
   if (data == nullptr) return {};
   std::vector<uint8_t> out(data, data + bytes);
@@ -173,8 +183,11 @@ std::vector<uint8_t> compressFrames(const FramesHeader& h, const Frames& frames,
 // agree to within a few levels, and the vector one is returned.
 Frames decompressFrames(const std::vector<uint8_t>& data, int32_t width, int32_t height) {
   Frames plain(width, height, 0xEE), vector(width, height, 0xEE);
-  EXPECT_EQ(mqDecompressFramesPlain(data.data(), data.size(), plain.pointers().data(), plain.pitch), kFramesDone);
-  EXPECT_EQ(mqDecompressFramesSSE2(data.data(), data.size(), vector.pointers().data(), vector.pitch), kFramesDone);
+  EXPECT_EQ(mqDecompressFramesPlain(data.data(), data.size(), plain.pointers().data(), plain.pitch),
+            kFramesDone);
+  EXPECT_EQ(
+      mqDecompressFramesSSE2(data.data(), data.size(), vector.pointers().data(), vector.pitch),
+      kFramesDone);
   for (int32_t t = 0; t < 8; ++t) {
     for (int32_t y = 0; y <= height; ++y) {
       for (int32_t i = 0; i < plain.pitch; ++i) {
@@ -210,7 +223,9 @@ Frames movingScene(int32_t width, int32_t height, int32_t speed) {
 
 TEST(FrameCoder, StillScenesCostLittleMoreThanOneFrame) {
   Frames still = movingScene(96, 64, 0), single = movingScene(96, 64, 0);
-  for (int32_t t = 1; t < 8; ++t) single.pixels[t] = std::vector<uint8_t>(single.pixels[t].size(), 128);
+  for (int32_t t = 1; t < 8; ++t) {
+    single.pixels[t] = std::vector<uint8_t>(single.pixels[t].size(), 128);
+  }
   for (uint32_t blockSize = 3; blockSize <= 5; ++blockSize) {
     FramesHeader h = framesHeader(96, 64, blockSize);
     std::vector<uint8_t> data = compressFrames(h, still);
@@ -240,7 +255,8 @@ TEST(FrameCoder, MovingGradientsAndNoise) {
   FramesHeader fine = framesHeader(48, 32, 3);
   mqFitQuantCurve(3, 4, 4, 4, &fine.curveA, &fine.curveB, &fine.curveC);
   mqFitQuantCurve(3, 6, 6, 6, &fine.timeA, &fine.timeB, &fine.timeC);
-  // Chroma is halved, so noise in colour cannot come back in full; luminance-heavy error stays bounded.
+  // Chroma is halved, so noise in colour cannot come back in full; luminance-heavy error stays
+  // bounded.
   EXPECT_GT(psnr(noise, decompressFrames(compressFrames(fine, noise), 48, 32)), 11);
 }
 
@@ -257,7 +273,9 @@ TEST(FrameCoder, ForwardersFollowTheSelectedVariant) {
   std::vector<uint8_t> data = compressFrames(framesHeader(32, 32, 3), scene);
   Frames viaRecord(32, 32), plain(32, 32);
   mqSelectInterface(mqGetInterface(), kMOLAQNoVector, 0);
-  EXPECT_EQ(mqDecompressFrames(data.data(), data.size(), viaRecord.pointers().data(), viaRecord.pitch), kFramesDone);
+  EXPECT_EQ(
+      mqDecompressFrames(data.data(), data.size(), viaRecord.pointers().data(), viaRecord.pitch),
+      kFramesDone);
   mqSelectInterface(mqGetInterface(), 0, 0);
   mqDecompressFramesPlain(data.data(), data.size(), plain.pointers().data(), plain.pitch);
   EXPECT_EQ(viaRecord.pixels, plain.pixels);
@@ -295,7 +313,9 @@ TEST(FrameCoder, BadHeadersAndDamagedStreamsFailClearly) {
     uint32_t result = decode(garbage);
     EXPECT_TRUE(result == kFramesDone || result == kFramesBadStream) << result;
     for (int32_t t = 0; t < 8; ++t) {
-      for (int32_t i = 0; i < out.pitch; ++i) ASSERT_EQ(out.pixels[t][size_t(24) * out.pitch + i], 0xEE);
+      for (int32_t i = 0; i < out.pitch; ++i) {
+        ASSERT_EQ(out.pixels[t][size_t(24) * out.pitch + i], 0xEE);
+      }
     }
   }
 }

@@ -71,7 +71,8 @@ TEST(SoundCoder, FrameRecordsAndWaveFormat) {
   const uint8_t unsignedSamples[] = {0, 1, 127, 128, 129, 255};
   int32_t biased[6];
   mqBiasSamples(biased, unsignedSamples, 6);
-  EXPECT_EQ(std::vector<int32_t>(biased, biased + 6), (std::vector<int32_t>{-128, -127, -1, 0, 1, 127}));
+  EXPECT_EQ(std::vector<int32_t>(biased, biased + 6),
+            (std::vector<int32_t>{-128, -127, -1, 0, 1, 127}));
 }
 
 TEST(SoundCoder, CurvesAreTwoToAQuadraticAndItsReciprocal) {
@@ -120,7 +121,8 @@ struct Frame {
   std::vector<uint64_t> memory;
   SoundFrame* frame;
   explicit Frame(int32_t logFrame)
-      : memory(mqGetSoundFrameSize(logFrame) / 8 + 1), frame(mqInitSoundFrame(memory.data(), logFrame)) {}
+      : memory(mqGetSoundFrameSize(logFrame) / 8 + 1),
+        frame(mqInitSoundFrame(memory.data(), logFrame)) {}
 };
 
 TEST(SoundCoder, FrameTransformRoundTripsAndPicksTheSmallestShift) {
@@ -185,7 +187,8 @@ std::vector<uint8_t> compressSound(const SoundHeader& h, const void* samples, ui
 // Decodes into a buffer with guard samples behind the sound, which must survive.
 std::vector<int16_t> decompressSound(const std::vector<uint8_t>& data, size_t samples) {
   std::vector<int16_t> out(samples + 16, 0x7A7A);
-  EXPECT_EQ(mqDecompressSound(data.data(), data.size(), out.data(), samples, nullptr, 0), kSoundDone);
+  EXPECT_EQ(mqDecompressSound(data.data(), data.size(), out.data(), samples, nullptr, 0),
+            kSoundDone);
   for (size_t i = samples; i < out.size(); ++i) EXPECT_EQ(out[i], 0x7A7A) << "written past the end";
   out.resize(samples);
   return out;
@@ -195,7 +198,8 @@ std::vector<int16_t> sine(uint32_t count, uint32_t channels, double hertz, doubl
   std::vector<int16_t> s(size_t(count) * channels);
   for (uint32_t i = 0; i < count; ++i) {
     for (uint32_t c = 0; c < channels; ++c) {
-      s[i * channels + c] = int16_t(std::lround(amplitude * std::sin(2 * kPi * hertz * (c + 1) * i / 44100)));
+      s[i * channels + c] =
+          int16_t(std::lround(amplitude * std::sin(2 * kPi * hertz * (c + 1) * i / 44100)));
     }
   }
   return s;
@@ -261,11 +265,14 @@ TEST(SoundCoder, EightBitSamplesAndOddLengths) {
   for (uint32_t frames : {0u, 1u, 31u, 33u, 1025u}) {
     std::vector<int16_t> tone = sine(frames, 2, 2000, 15000);
     SoundHeader stereo = soundHeader(2, frames, 16, 5);
-    std::vector<int16_t> back = decompressSound(compressSound(stereo, tone.data(), 12), tone.size());
+    std::vector<int16_t> back =
+        decompressSound(compressSound(stereo, tone.data(), 12), tone.size());
     if (frames > 1) {
       EXPECT_GT(snr(tone, back), 40) << frames;
     }
-    for (size_t i = 0; i < tone.size(); ++i) ASSERT_NEAR(back[i], tone[i], 400) << frames << " " << i;
+    for (size_t i = 0; i < tone.size(); ++i) {
+      ASSERT_NEAR(back[i], tone[i], 400) << frames << " " << i;
+    }
   }
 }
 
@@ -283,7 +290,8 @@ TEST(SoundCoder, DecoderEqualiserChangesTheLevel) {
   for (uint32_t i = 0; i < count; ++i) mixed[i] = int16_t(mixed[i] + high[i]);
   data = compressSound(soundHeader(1, count, 16, 9), mixed.data(), 12);
   std::vector<int16_t> filtered(count);
-  ASSERT_EQ(mqDecompressSound(data.data(), data.size(), filtered.data(), count, lowPass, 2), kSoundDone);
+  ASSERT_EQ(mqDecompressSound(data.data(), data.size(), filtered.data(), count, lowPass, 2),
+            kSoundDone);
   EXPECT_GT(snr(sine(count, 1, 1000, 8000), filtered), 25);
 }
 
@@ -318,7 +326,8 @@ TEST(SoundCoder, BadHeadersAndDamagedStreamsFailClearly) {
   // A stream whose first shift is impossible.
   std::vector<int32_t> symbols(257 * 16, 0);
   symbols[0] = 40;
-  std::vector<uint8_t> stream = mqEncodeSymbols(symbols.data(), uint32_t(symbols.size()), kMQUnit32 | kMQSigned, 15, 4096);
+  std::vector<uint8_t> stream =
+      mqEncodeSymbols(symbols.data(), uint32_t(symbols.size()), kMQUnit32 | kMQSigned, 15, 4096);
   std::vector<uint8_t> forged(sizeof h);
   h.version = kSoundVersion;
   h.streamSize = uint32_t(stream.size());
