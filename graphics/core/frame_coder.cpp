@@ -5,7 +5,6 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <vector>
 
 #include "graphics/core/coded_record.h"
@@ -188,10 +187,7 @@ uint32_t decompressFrames(const void* data, size_t size, uint8_t* const frames[k
   FramesHeader header;
   if (uint32_t result = mqReadFramesHeader(data, size, &header)) return result;
   MQDecoderState state;
-  std::unique_ptr<MQDecoder, void (*)(MQDecoder*)> decoder(
-      mqOpenDecoder(&state, sizeof state, static_cast<const uint8_t*>(data) + sizeof header,
-                    kMQUnit32 | kMQSigned, kMQTableLimit, nullptr, header.streamSize),
-      mqCloseDecoder);
+  MQDecoderHandle decoder = mqOpenCodedRecord(data, header, &state);
   if (!decoder) return kFramesBadStream;
 
   const int32_t b = static_cast<int32_t>(header.blockSize), n = 1 << b, macro = 2 * n;

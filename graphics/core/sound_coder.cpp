@@ -5,7 +5,6 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <vector>
 
 #include "graphics/core/coded_record.h"
@@ -205,10 +204,7 @@ uint32_t mqDecompressSound(const void* data, size_t size, int16_t* dst, size_t c
   mqMakeSoundCurve(steps.data(), logFrame, header.curve);
   mqApplySoundEqualizer(steps.data(), logFrame, header.sampleRate, bands, bandCount);
   MQDecoderState state;
-  std::unique_ptr<MQDecoder, void (*)(MQDecoder*)> decoder(
-      mqOpenDecoder(&state, sizeof state, static_cast<const uint8_t*>(data) + sizeof header,
-                    kMQUnit32 | kMQSigned, kMQTableLimit, nullptr, header.streamSize),
-      mqCloseDecoder);
+  MQDecoderHandle decoder = mqOpenCodedRecord(data, header, &state);
   if (!decoder) return kSoundBadStream;
 
   FrameMemory memory(logFrame);

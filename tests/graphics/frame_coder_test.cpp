@@ -19,6 +19,19 @@ double basis(int32_t position, int32_t frequency, int32_t length) {
   return std::cos((2 * position + 1) * frequency * kPi / (2 * length));
 }
 
+// The direct formula of a cube transform: the sum of term(i, j, k) over i, j below n and k
+// below 8.
+template <typename Term>
+double cubeSum(int32_t n, Term term) {
+  double sum = 0;
+  for (int32_t k = 0; k < 8; ++k) {
+    for (int32_t j = 0; j < n; ++j) {
+      for (int32_t i = 0; i < n; ++i) sum += term(i, j, k);
+    }
+  }
+  return sum;
+}
+
 TEST(CubeTransform, ForwardFollowsTheFormula) {
   const int32_t blockSize = 3, n = 8;
   uint32_t q[8], qt[8];
@@ -35,14 +48,9 @@ TEST(CubeTransform, ForwardFollowsTheFormula) {
   for (int32_t w = 0; w < 8; w += 3) {
     for (int32_t v = 0; v < n; v += 2) {
       for (int32_t u = 0; u < n; u += 3) {
-        double sum = 0;
-        for (int32_t t = 0; t < 8; ++t) {
-          for (int32_t y = 0; y < n; ++y) {
-            for (int32_t x = 0; x < n; ++x) {
-              sum += src[t * 100 + y * 11 + x] * basis(x, u, n) * basis(y, v, n) * basis(t, w, 8);
-            }
-          }
-        }
+        double sum = cubeSum(n, [&](int32_t x, int32_t y, int32_t t) {
+          return src[t * 100 + y * 11 + x] * basis(x, u, n) * basis(y, v, n) * basis(t, w, 8);
+        });
         // Halved at each zero frequency, normalised by 2/N per axis, scaled by the quantisers.
         sum *= (u ? 1 : 0.5) * (v ? 1 : 0.5) * (w ? 1 : 0.5) * (2.0 / n) * (2.0 / n) * (2.0 / 8);
         double expected = std::ldexp(sum, 21 - int(q[u] + q[v] + qt[w]));
@@ -86,15 +94,10 @@ TEST(CubeTransform, PlainInverseFollowsTheFormulaAndSSE2AgreesWithIt) {
       for (int32_t t = 0; t < 8; t += 3) {
         for (int32_t y = 0; y < side; y += 5) {
           for (int32_t x = 0; x < side; x += 7) {
-            double sum = 0;
-            for (int32_t w = 0; w < 8; ++w) {
-              for (int32_t v = 0; v < n; ++v) {
-                for (int32_t u = 0; u < n; ++u) {
-                  sum += cube[(w * n + v) * n + u] * basis(x, u, side) * basis(y, v, side) *
-                         basis(t, w, 8);
-                }
-              }
-            }
+            double sum = cubeSum(n, [&](int32_t u, int32_t v, int32_t w) {
+              return cube[(w * n + v) * n + u] * basis(x, u, side) * basis(y, v, side) *
+                     basis(t, w, 8);
+            });
             ASSERT_NEAR(plain[(t * side + y) * side + x], sum, 0.51) << blockSize << " " << scale;
           }
         }
