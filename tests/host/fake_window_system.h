@@ -71,7 +71,6 @@ class FakeWindowSystem : public os::WindowSystem {
   int beeps = 0;
   uint32_t priority = NORMAL_PRIORITY_CLASS;
   std::vector<Position> positions;
-  std::vector<uint32_t> killedTimers;
 
   static HWND handleOf(size_t index) { return reinterpret_cast<HWND>(index + 1); }
   Frame& frameOf(HWND frame) { return frames.at(reinterpret_cast<uintptr_t>(frame) - 1); }
@@ -122,7 +121,7 @@ class FakeWindowSystem : public os::WindowSystem {
     EXPECT_EQ(milliseconds, 1000u);
     frameOf(frame).timerId = id;
   }
-  void killTimer(HWND, uint32_t id) override { killedTimers.push_back(id); }
+  void killTimer(HWND, uint32_t) override {}
   void destroyFrame(HWND) override { log.push_back("destroy"); }
   intptr_t defaultMessage(HWND, uint32_t message, uintptr_t, intptr_t) override {
     defaultMessages.push_back(message);

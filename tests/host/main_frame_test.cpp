@@ -464,12 +464,6 @@ TEST_F(MainFrameTest, TheViewReachesTheWindowThroughTheFrame) {
   graphic_DeleteBitmap(image);
 }
 
-TEST_F(MainFrameTest, TheTimerIsOneSecondAndStopsBeforeTheQueueDrains) {
-  EXPECT_EQ(windows.frames[0].timerId, CMainFrame::kTimerId);
-  frame.StopTimer();
-  EXPECT_EQ(windows.killedTimers, std::vector<uint32_t>{CMainFrame::kTimerId});
-}
-
 // ---- Emulated display modes ----
 
 TEST_F(MainFrameTest, WithoutTheSettingAMissingModeStaysMissing) {
