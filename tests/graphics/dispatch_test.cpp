@@ -17,6 +17,11 @@ class DispatchTest : public ::testing::Test {
     EXPECT_EQ(r.mqConvertTo8Bit == mqConvertTo8BitSSE2, vector);
     EXPECT_EQ(r.mqDrawImage == mqDrawImageSSE2, vector);
     EXPECT_EQ(r.mqDrawImage == mqDrawImagePlain, !vector);
+    EXPECT_EQ(r.mqInverseBlock == mqInverseBlockSSE2, vector);
+    EXPECT_EQ(r.mqInverseBlock == mqInverseBlockPlain, !vector);
+    EXPECT_EQ(r.mqDecompressImage == mqDecompressImageSSE2, vector);
+    EXPECT_EQ(r.mqDecompressImage == mqDecompressImagePlain, !vector);
+    EXPECT_EQ(r.plainInverseBlock, &mqInverseBlockPlain) << "the unused slot keeps the plain transform";
     EXPECT_EQ(r.mqFillRectangle, &mqFillRectangle) << "the fill has one version";
     return vector;
   }
@@ -47,11 +52,9 @@ TEST_F(DispatchTest, RecordHasFiveCountedGroupsAndAFinalZero) {
 
 TEST_F(DispatchTest, TheCodecIsInTheRecordAndTheFloatingPointDecoderServes) {
   const MOLAQInterface& r = live();
-  EXPECT_EQ(r.mqDecode, &mqDecode);
+  EXPECT_EQ(r.mqDecode, &mqDecodeFloat);
   EXPECT_EQ(r.mqOpenDecoder, &mqOpenDecoder);
   EXPECT_EQ(r.mqEncodeStream, &mqEncodeStream);
-  EXPECT_EQ(r.mqInverseBlock, &mqInverseBlock);
-  EXPECT_EQ(r.mqDecompressImage, &mqDecompressImage);
   EXPECT_EQ(r.mqCompressImage, &mqCompressImage);
 }
 
