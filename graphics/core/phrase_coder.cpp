@@ -356,9 +356,19 @@ struct MQDecoder {
   double reciprocalTotal;  // 1 / total, for the estimates of the quotients by total
   std::vector<int32_t> values;  // the values of all phrases, one after the other
   std::vector<DecoderPhrase> phrases;
-  uint32_t lookupBase;
-  std::vector<uint32_t> searchEnds;  // c + f of the phrases found by search
-  std::vector<uint32_t> direct;  // phrase of each cumulative value from lookupBase on
+  double totalAsDouble;
+  // The lookup of a scaled code: the table gives for each bucket of 2^bucketShift cumulative
+  // values the first phrase that reaches into it; from there a scan over `ends` (c + f of each
+  // phrase) finds the phrase. With at least two buckets per phrase the scan is mostly empty.
+  uint32_t bucketShift;
+  std::vector<uint32_t> buckets;
+  std::vector<uint32_t> ends;
+
+  uint32_t findPhrase(uint32_t value) const {
+    uint32_t p = buckets[value >> bucketShift];
+    while (value >= ends[p]) ++p;
+    return p;
+  }
 
   uint32_t loadWord() {
     uint32_t word = 0;
@@ -447,21 +457,21 @@ MQDecoder* mqOpenDecoder(void* statePointer, uint32_t size, const void* data, ui
   d->total = static_cast<uint32_t>(total);
   d->reciprocalTotal = 1.0 / static_cast<double>(total);
 
-  // Frequent phrases by a short search, the rest by one load from a table of bounded size.
-  uint32_t limit = std::min<uint32_t>(tableLimit, 1u << 22);
-  uint32_t split = 0;
-  auto end = [&](uint32_t p) { return d->phrases[p].start + d->phrases[p].frequency; };
-  if (limit >= d->total) {
-    d->lookupBase = 0;
-  } else {
-    while (d->total - end(split) > limit) ++split;
-    d->lookupBase = end(split);
-    for (uint32_t p = 0; p <= split; ++p) d->searchEnds.push_back(end(p));
-    ++split;
-  }
-  d->direct.resize(d->total - d->lookupBase);
-  for (uint32_t p = split; p < phraseCount; ++p) {
-    std::fill_n(d->direct.begin() + (d->phrases[p].start - d->lookupBase), d->phrases[p].frequency, p);
+  d->totalAsDouble = static_cast<double>(total);
+
+  // Buckets: about two per phrase, no more than the table limit (and 2^16) allows, none
+  // narrower than one value.
+  uint32_t bucketCount = std::bit_ceil(std::min<uint64_t>(2ull * phraseCount, 1u << 16));
+  bucketCount = std::min(bucketCount, std::bit_floor(std::max(tableLimit, 1u)));
+  bucketCount = std::min(bucketCount, std::bit_floor(d->total));
+  d->bucketShift = static_cast<uint32_t>(std::bit_width(d->total - 1)) - std::countr_zero(bucketCount);
+  d->buckets.resize(static_cast<size_t>((d->total - 1) >> d->bucketShift) + 1);
+  d->ends.reserve(phraseCount);
+  for (uint32_t p = 0; p < phraseCount; ++p) d->ends.push_back(d->phrases[p].start + d->phrases[p].frequency);
+  uint32_t p = 0;
+  for (uint32_t bucket = 0; bucket < d->buckets.size(); ++bucket) {
+    while ((bucket << d->bucketShift) >= d->ends[p]) ++p;
+    d->buckets[bucket] = p;
   }
 
   auto* state = static_cast<MQDecoderState*>(statePointer);
@@ -507,7 +517,8 @@ struct ScatterSink {
 // Continues the pending phrase at symbol `at` for at most `room` symbols; gives the number
 // written.
 template <typename Sink>
-uint32_t writePhrase(const MQDecoder& d, MQDecoderState* s, Sink& sink, uint32_t at, uint32_t room) {
+[[gnu::always_inline]] inline uint32_t writePhrase(const MQDecoder& d, MQDecoderState* s, Sink& sink, uint32_t at,
+                                                 uint32_t room) {
   const DecoderPhrase& phrase = d.phrases[static_cast<uint32_t>(s->pending)];
   const int32_t* values = d.values.data() + phrase.first;
   uint32_t written = 0;
@@ -553,19 +564,20 @@ uint64_t exactQuotient(uint64_t estimate, uint64_t product, uint64_t divisor) {
 // per step, and multiplications by the reciprocal of the fixed total.
 struct FloatingQuotients {
   const MQDecoder& d;
+  // The estimates stay below 2^63: the signed conversion is exact and needs no range test.
+  static uint64_t truncate(double value) { return static_cast<uint64_t>(static_cast<int64_t>(value)); }
   uint64_t code(uint64_t code, uint64_t range) const {
-    auto estimate = static_cast<uint64_t>(static_cast<double>(code) * d.total / static_cast<double>(range));
+    uint64_t estimate = truncate(static_cast<double>(static_cast<int64_t>(code)) * d.totalAsDouble /
+                                 static_cast<double>(static_cast<int64_t>(range)));
     return exactQuotient(estimate, code * d.total, range);
   }
   uint64_t floorScaled(uint64_t range, uint64_t x) const {
     uint64_t product = range * x;
-    auto estimate = static_cast<uint64_t>(static_cast<double>(product) * d.reciprocalTotal);
-    return exactQuotient(estimate, product, d.total);
+    return exactQuotient(truncate(static_cast<double>(static_cast<int64_t>(product)) * d.reciprocalTotal), product, d.total);
   }
   uint64_t ceilScaled(uint64_t range, uint64_t x) const {
     uint64_t product = range * x + d.total - 1;
-    auto estimate = static_cast<uint64_t>(static_cast<double>(product) * d.reciprocalTotal);
-    return exactQuotient(estimate, product, d.total);
+    return exactQuotient(truncate(static_cast<double>(static_cast<int64_t>(product)) * d.reciprocalTotal), product, d.total);
   }
 };
 
@@ -575,17 +587,10 @@ uint32_t decodeSymbols(MQDecoder* d, MQDecoderState* s, Sink& sink, uint32_t cou
   uint32_t out = 0;
   if (s->pending >= 0) out += writePhrase(*d, s, sink, 0, count);
   const uint32_t total = d->total;
-  const uint32_t searchCount = static_cast<uint32_t>(d->searchEnds.size());
   while (out < count) {
     uint64_t range = s->range;
     uint64_t value = std::min<uint64_t>(quotients.code(s->code, range), total - 1);
-    uint32_t p;
-    if (value >= d->lookupBase) {
-      p = d->direct[value - d->lookupBase];
-    } else {
-      p = 0;
-      while (p + 1 < searchCount && value >= d->searchEnds[p]) ++p;
-    }
+    uint32_t p = d->findPhrase(static_cast<uint32_t>(value));
     const DecoderPhrase& phrase = d->phrases[p];
     uint32_t newRange = static_cast<uint32_t>(quotients.floorScaled(range, phrase.frequency));
     uint32_t low = static_cast<uint32_t>(quotients.ceilScaled(range, phrase.start));
