@@ -547,6 +547,7 @@ template <typename Sink>
 struct IntegerQuotients {
   const MQDecoder& d;
   uint64_t code(uint64_t code, uint64_t range) const { return code * d.total / range; }
+  void setRange(uint64_t) {}
   uint64_t floorScaled(uint64_t range, uint64_t x) const { return range * x / d.total; }
   uint64_t ceilScaled(uint64_t range, uint64_t x) const { return (range * x + d.total - 1) / d.total; }
 };
@@ -566,9 +567,10 @@ struct FloatingQuotients {
   const MQDecoder& d;
   // The estimates stay below 2^63: the signed conversion is exact and needs no range test.
   static uint64_t truncate(double value) { return static_cast<uint64_t>(static_cast<int64_t>(value)); }
+  double totalPerRange = 0;  // total / range, taken as soon as the range is known
+  void setRange(uint64_t range) { totalPerRange = d.totalAsDouble / static_cast<double>(static_cast<int64_t>(range)); }
   uint64_t code(uint64_t code, uint64_t range) const {
-    uint64_t estimate = truncate(static_cast<double>(static_cast<int64_t>(code)) * d.totalAsDouble /
-                                 static_cast<double>(static_cast<int64_t>(range)));
+    uint64_t estimate = truncate(static_cast<double>(static_cast<int64_t>(code)) * totalPerRange);
     return exactQuotient(estimate, code * d.total, range);
   }
   uint64_t floorScaled(uint64_t range, uint64_t x) const {
@@ -583,7 +585,8 @@ struct FloatingQuotients {
 
 template <typename Quotients, typename Sink>
 uint32_t decodeSymbols(MQDecoder* d, MQDecoderState* s, Sink& sink, uint32_t count) {
-  const Quotients quotients{*d};
+  Quotients quotients{*d};
+  quotients.setRange(s->range);
   uint32_t out = 0;
   if (s->pending >= 0) out += writePhrase(*d, s, sink, 0, count);
   const uint32_t total = d->total;
@@ -596,10 +599,9 @@ uint32_t decodeSymbols(MQDecoder* d, MQDecoderState* s, Sink& sink, uint32_t cou
     uint32_t low = static_cast<uint32_t>(quotients.ceilScaled(range, phrase.start));
     uint32_t code = s->code - low;
     int shift = std::countl_zero(newRange);
-    if (shift > 0) {
-      newRange <<= shift;
-      code = (code << shift) | d->bits(shift);
-    }
+    newRange <<= shift;
+    quotients.setRange(newRange);
+    if (shift > 0) code = (code << shift) | d->bits(shift);
     s->range = newRange;
     s->code = code;
     s->pending = static_cast<int32_t>(p);
