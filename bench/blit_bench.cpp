@@ -7,11 +7,11 @@
 #include <cstdio>
 #include <cstring>
 #include <functional>
-#include <map>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "bench/ratio_reporter.h"
 #include "graphics/core/molaq.h"
 
 namespace {
@@ -139,22 +139,6 @@ void fill(int32_t width, int32_t height, uint16_t bits) {
     });
   })->Unit(benchmark::kMicrosecond);
 }
-
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  std::map<std::string, double> time;
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& run : runs) time[run.benchmark_name()] = run.GetAdjustedRealTime();
-    ConsoleReporter::ReportRuns(runs);
-  }
-  // `goal` 0 states no goal.
-  void ratio(const char* what, const std::string& ours, const std::string& peer, double goal = 0) {
-    if (!time.count(ours) || !time.count(peer)) return;
-    double r = time[peer] / time[ours];
-    if (goal == 0) std::printf("%-44s %6.2f\n", what, r);
-    else std::printf("%-44s %6.2f  (goal %.1f: %s)\n", what, r, goal, r >= goal ? "met" : "missed");
-  }
-};
 
 }  // namespace
 
