@@ -338,7 +338,8 @@ namespace {
 
 // What the decoding loop needs of a phrase, in one place.
 struct DecoderPhrase {
-  uint32_t start, frequency, repeat;
+  uint32_t start, frequency, end;  // end = start + frequency
+  uint32_t repeat;
   uint32_t first;  // index of the first value in MQDecoder::values
   uint32_t length;  // number of values
 };
@@ -353,21 +354,28 @@ struct MQDecoder {
   uint32_t avail;
   uint32_t mode;
   uint32_t total;
-  double reciprocalTotal;  // 1 / total, for the estimates of the quotients by total
+#if defined(__SIZEOF_INT128__)
+  // floor(x / total) = floor(x * magic / 2^magicShift) for every x below 2^63, with
+  // magic = ceil(2^magicShift / total) and magicShift = 63 + ceil(log2 total).
+  uint64_t magic;
+  uint32_t magicShift;
+#else
+  double reciprocalTotal;  // 1 / total, for estimates of the quotients by total
+#endif
   std::vector<int32_t> values;  // the values of all phrases, one after the other
   std::vector<DecoderPhrase> phrases;
   double totalAsDouble;
   // The lookup of a scaled code: the table gives for each bucket of 2^bucketShift cumulative
-  // values the first phrase that reaches into it; from there a scan over `ends` (c + f of each
-  // phrase) finds the phrase. With at least two buckets per phrase the scan is mostly empty.
+  // values the first phrase that reaches into it; from there a scan over the phrases' ends
+  // finds the phrase. With at least two buckets per phrase the scan is mostly empty.
   uint32_t bucketShift;
   std::vector<uint32_t> buckets;
-  std::vector<uint32_t> ends;
 
-  uint32_t findPhrase(uint32_t value) const {
+  const DecoderPhrase& findPhrase(uint32_t value, uint32_t* index) const {
     uint32_t p = buckets[value >> bucketShift];
-    while (value >= ends[p]) ++p;
-    return p;
+    while (value >= phrases[p].end) ++p;
+    *index = p;
+    return phrases[p];
   }
 
   uint32_t loadWord() {
@@ -451,11 +459,17 @@ MQDecoder* mqOpenDecoder(void* statePointer, uint32_t size, const void* data, ui
     phrase.start = static_cast<uint32_t>(total);
     phrase.frequency = f;
     total += f;
+    phrase.end = static_cast<uint32_t>(total);
     if (total > 0x80000000u) return nullptr;
   }
   if (total == 0) return nullptr;
   d->total = static_cast<uint32_t>(total);
+#if defined(__SIZEOF_INT128__)
+  d->magicShift = 63 + static_cast<uint32_t>(std::bit_width(d->total - 1));
+  d->magic = static_cast<uint64_t>(((static_cast<unsigned __int128>(1) << d->magicShift) + d->total - 1) / d->total);
+#else
   d->reciprocalTotal = 1.0 / static_cast<double>(total);
+#endif
 
   d->totalAsDouble = static_cast<double>(total);
 
@@ -466,11 +480,9 @@ MQDecoder* mqOpenDecoder(void* statePointer, uint32_t size, const void* data, ui
   bucketCount = std::min(bucketCount, std::bit_floor(d->total));
   d->bucketShift = static_cast<uint32_t>(std::bit_width(d->total - 1)) - std::countr_zero(bucketCount);
   d->buckets.resize(static_cast<size_t>((d->total - 1) >> d->bucketShift) + 1);
-  d->ends.reserve(phraseCount);
-  for (uint32_t p = 0; p < phraseCount; ++p) d->ends.push_back(d->phrases[p].start + d->phrases[p].frequency);
   uint32_t p = 0;
   for (uint32_t bucket = 0; bucket < d->buckets.size(); ++bucket) {
-    while ((bucket << d->bucketShift) >= d->ends[p]) ++p;
+    while ((bucket << d->bucketShift) >= d->phrases[p].end) ++p;
     d->buckets[bucket] = p;
   }
 
@@ -561,8 +573,10 @@ uint64_t exactQuotient(uint64_t estimate, uint64_t product, uint64_t divisor) {
   return q;
 }
 
-// The same quotients by floating-point estimates, corrected to the exact floors: one division
-// per step, and multiplications by the reciprocal of the fixed total.
+// The same quotients without integer division: the scaled code by a floating-point estimate
+// corrected to the exact floor (one division per step, started as soon as the range is known),
+// the quotients by the fixed total by a multiplication with its reciprocal: exact in 128 bits
+// where the compiler has them, else an estimate corrected like the first.
 struct FloatingQuotients {
   const MQDecoder& d;
   // The estimates stay below 2^63: the signed conversion is exact and needs no range test.
@@ -573,14 +587,16 @@ struct FloatingQuotients {
     uint64_t estimate = truncate(static_cast<double>(static_cast<int64_t>(code)) * totalPerRange);
     return exactQuotient(estimate, code * d.total, range);
   }
-  uint64_t floorScaled(uint64_t range, uint64_t x) const {
-    uint64_t product = range * x;
+  // The products of a step stay below 2^63.
+  uint64_t byTotal(uint64_t product) const {
+#if defined(__SIZEOF_INT128__)
+    return static_cast<uint64_t>((static_cast<unsigned __int128>(product) * d.magic) >> d.magicShift);
+#else
     return exactQuotient(truncate(static_cast<double>(static_cast<int64_t>(product)) * d.reciprocalTotal), product, d.total);
+#endif
   }
-  uint64_t ceilScaled(uint64_t range, uint64_t x) const {
-    uint64_t product = range * x + d.total - 1;
-    return exactQuotient(truncate(static_cast<double>(static_cast<int64_t>(product)) * d.reciprocalTotal), product, d.total);
-  }
+  uint64_t floorScaled(uint64_t range, uint64_t x) const { return byTotal(range * x); }
+  uint64_t ceilScaled(uint64_t range, uint64_t x) const { return byTotal(range * x + d.total - 1); }
 };
 
 template <typename Quotients, typename Sink>
@@ -593,8 +609,8 @@ uint32_t decodeSymbols(MQDecoder* d, MQDecoderState* s, Sink& sink, uint32_t cou
   while (out < count) {
     uint64_t range = s->range;
     uint64_t value = std::min<uint64_t>(quotients.code(s->code, range), total - 1);
-    uint32_t p = d->findPhrase(static_cast<uint32_t>(value));
-    const DecoderPhrase& phrase = d->phrases[p];
+    uint32_t p;
+    const DecoderPhrase& phrase = d->findPhrase(static_cast<uint32_t>(value), &p);
     uint32_t newRange = static_cast<uint32_t>(quotients.floorScaled(range, phrase.frequency));
     uint32_t low = static_cast<uint32_t>(quotients.ceilScaled(range, phrase.start));
     uint32_t code = s->code - low;
