@@ -122,7 +122,7 @@ void forEachBlock(const int32_t* y, const int32_t* cb, const int32_t* cr, uint32
 }
 
 // Writes eight pixels from the low eight bytes of each channel as 24 bytes, blue, green, red,
-// by four overlapping 8-byte stores: the last writes two bytes beyond the 24.
+// by overlapping stores that end exactly at the 24th byte.
 void storeEightPixels(uint8_t* out, __m128i blue, __m128i green, __m128i red) {
   __m128i blueGreen = _mm_unpacklo_epi8(blue, green);
   __m128i redZero = _mm_unpacklo_epi8(red, _mm_setzero_si128());
@@ -136,7 +136,11 @@ void storeEightPixels(uint8_t* out, __m128i blue, __m128i green, __m128i red) {
   _mm_storel_epi64(reinterpret_cast<__m128i*>(out), first);
   _mm_storel_epi64(reinterpret_cast<__m128i*>(out + 6), _mm_unpackhi_epi64(first, first));
   _mm_storel_epi64(reinterpret_cast<__m128i*>(out + 12), second);
-  _mm_storel_epi64(reinterpret_cast<__m128i*>(out + 18), _mm_unpackhi_epi64(second, second));
+  __m128i last = _mm_unpackhi_epi64(second, second);
+  uint32_t lastFour = static_cast<uint32_t>(_mm_cvtsi128_si32(last));
+  uint16_t lastTwo = static_cast<uint16_t>(_mm_extract_epi16(last, 2));
+  std::memcpy(out + 18, &lastFour, 4);
+  std::memcpy(out + 22, &lastTwo, 2);
 }
 
 // Y, Cb and Cr of eight 24-bit pixels given as 16-bit channel lanes, by the conversion
@@ -211,8 +215,7 @@ void mqYCCToRGBSSE2(uint8_t* dst, const int32_t* y, const int32_t* cb, const int
                  __m128i greenBytes = _mm_packus_epi16(_mm_srai_epi16(green, 6), _mm_setzero_si128());
                  __m128i redBytes = _mm_packus_epi16(_mm_srai_epi16(red, 6), _mm_setzero_si128());
                  uint8_t* out = dst + 3 * at;
-                 // Another pixel follows: the stores may run two bytes into it.
-                 if (at + 8 < count) return storeEightPixels(out, blueBytes, greenBytes, redBytes);
+                 if (n == 8) return storeEightPixels(out, blueBytes, greenBytes, redBytes);
                  alignas(16) uint8_t channels[3][16];
                  _mm_store_si128(reinterpret_cast<__m128i*>(channels[0]), blueBytes);
                  _mm_store_si128(reinterpret_cast<__m128i*>(channels[1]), greenBytes);
