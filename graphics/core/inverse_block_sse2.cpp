@@ -62,29 +62,20 @@ void fill(int32_t* dst, ptrdiff_t stride, int32_t w, int32_t h, int32_t value) {
   }
 }
 
-}  // namespace
-
-void mqInverseBlockKernelSSE2(int32_t* dst, ptrdiff_t stride, const int32_t* coefficients,
-                              const uint32_t* q, int32_t blockSize, int32_t sx, int32_t sy,
-                              BlockExtent extent) {
-  const int32_t n = 1 << blockSize, w = n << sx, h = n << sy;
-  if (extent.rows == 0) return fill(dst, stride, w, h, 0);
-  // With q the results are the sums scaled by 2^-14 rounded and then floored; adding 2^-15
-  // before the floor stands for that rounding. Without q they are rounded to nearest.
-  const __m128 bias = _mm_set1_ps(q ? 0x1p-15f : 0.5f);
-  alignas(16) float rowScale[32], columnScale[32];
-  scales(rowScale, q, n);
-  scales(columnScale, q, n);
-  if (extent.rows == 1 && extent.columns == 1) {
-    __m128 dc = _mm_set1_ps(static_cast<float>(coefficients[0]) * rowScale[0] * columnScale[0]);
-    return fill(dst, stride, w, h, _mm_cvtsi128_si32(floorToInt(_mm_add_ps(dc, bias))));
-  }
+// The two passes for outputs of `width` by `height`; `Width` and `Height` fix them at compile
+// time for the common small blocks (0: given at run time), so that their loops unroll.
+template <int32_t Width, int32_t Height>
+void columnsThenRows(int32_t* dst, ptrdiff_t stride, const int32_t* coefficients, int32_t blockSize,
+                     int32_t logWidth, int32_t logHeight, const float* rowScale, const float* columnScale,
+                     __m128 bias, BlockExtent extent) {
+  const int32_t n = 1 << blockSize;
+  const int32_t w = Width ? Width : 1 << logWidth, h = Height ? Height : 1 << logHeight;
   const VectorBases& bases = vectorBases();
   const int32_t groups = (extent.columns + 3) / 4, rowLength = groups * 4;
   alignas(16) float columns[256 * 32];
 
   // Columns: four coefficient columns at a time down all h outputs.
-  const float* spread = bases.spread[blockSize + sy].data();
+  const float* spread = bases.spread[logHeight].data();
   for (int32_t g = 0; g < groups; ++g) {
     __m128 x[32];
     const __m128 scale = _mm_load_ps(columnScale + 4 * g);
@@ -106,7 +97,7 @@ void mqInverseBlockKernelSSE2(int32_t* dst, ptrdiff_t stride, const int32_t* coe
   }
 
   // Rows: four outputs of the first half at a time, and the mirrored four of the second.
-  const float* across = bases.across[blockSize + sx].data();
+  const float* across = bases.across[logWidth].data();
   const int32_t half = w / 2;
   for (int32_t j = 0; j < h; ++j) {
     const float* row = columns + j * rowLength;
@@ -124,5 +115,34 @@ void mqInverseBlockKernelSSE2(int32_t* dst, ptrdiff_t stride, const int32_t* coe
       _mm_storeu_si128(reinterpret_cast<__m128i*>(out + w - 4 - i),
                        floorToInt(_mm_add_ps(reversed(_mm_sub_ps(even, odd)), bias)));
     }
+  }
+}
+
+}  // namespace
+
+void mqInverseBlockKernelSSE2(int32_t* dst, ptrdiff_t stride, const int32_t* coefficients,
+                              const uint32_t* q, int32_t blockSize, int32_t sx, int32_t sy,
+                              BlockExtent extent) {
+  const int32_t n = 1 << blockSize, w = n << sx, h = n << sy;
+  if (extent.rows == 0) return fill(dst, stride, w, h, 0);
+  // With q the results are the sums scaled by 2^-14 rounded and then floored; adding 2^-15
+  // before the floor stands for that rounding. Without q they are rounded to nearest.
+  const __m128 bias = _mm_set1_ps(q ? 0x1p-15f : 0.5f);
+  alignas(16) float rowScale[32], columnScale[32];
+  scales(rowScale, q, n);
+  scales(columnScale, q, n);
+  if (extent.rows == 1 && extent.columns == 1) {
+    __m128 dc = _mm_set1_ps(static_cast<float>(coefficients[0]) * rowScale[0] * columnScale[0]);
+    return fill(dst, stride, w, h, _mm_cvtsi128_si32(floorToInt(_mm_add_ps(dc, bias))));
+  }
+  const int32_t logWidth = blockSize + sx, logHeight = blockSize + sy;
+  auto run = [&](auto transform) {
+    transform(dst, stride, coefficients, blockSize, logWidth, logHeight, rowScale, columnScale, bias, extent);
+  };
+  switch (w * 1000 + h) {
+    case 8008: return run(columnsThenRows<8, 8>);
+    case 8016: return run(columnsThenRows<8, 16>);
+    case 16016: return run(columnsThenRows<16, 16>);
+    default: return run(columnsThenRows<0, 0>);
   }
 }
