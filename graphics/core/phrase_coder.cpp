@@ -344,39 +344,13 @@ struct DecoderPhrase {
   uint32_t length;  // number of values
 };
 
-}  // namespace
-
-struct MQDecoder {
+// Reads the bit stream: 32-bit words, most significant byte first, zeros behind the data.
+struct BitReader {
   const uint8_t* data;
   size_t dataSize;
   size_t next;  // byte offset of the next word to load
   uint64_t reg;  // bits left-aligned
   uint32_t avail;
-  uint32_t mode;
-  uint32_t total;
-#if defined(__SIZEOF_INT128__)
-  // floor(x / total) = floor(x * magic / 2^magicShift) for every x below 2^63, with
-  // magic = ceil(2^magicShift / total) and magicShift = 63 + ceil(log2 total).
-  uint64_t magic;
-  uint32_t magicShift;
-#else
-  double reciprocalTotal;  // 1 / total, for estimates of the quotients by total
-#endif
-  std::vector<int32_t> values;  // the values of all phrases, one after the other
-  std::vector<DecoderPhrase> phrases;
-  double totalAsDouble;
-  // The lookup of a scaled code: the table gives for each bucket of 2^bucketShift cumulative
-  // values the first phrase that reaches into it; from there a scan over the phrases' ends
-  // finds the phrase. With at least two buckets per phrase the scan is mostly empty.
-  uint32_t bucketShift;
-  std::vector<uint32_t> buckets;
-
-  const DecoderPhrase& findPhrase(uint32_t value, uint32_t* index) const {
-    uint32_t p = buckets[value >> bucketShift];
-    while (value >= phrases[p].end) ++p;
-    *index = p;
-    return phrases[p];
-  }
 
   uint32_t loadWord() {
     uint32_t word = 0;
@@ -406,20 +380,49 @@ struct MQDecoder {
   bool exhausted() const { return next > dataSize + 8; }
 };
 
+}  // namespace
+
+struct MQDecoder {
+  BitReader reader;
+  uint32_t mode;
+  uint32_t total;
+  double totalAsDouble;
+#if defined(__SIZEOF_INT128__)
+  // floor(x / total) = floor(x * magic / 2^magicShift) for every x below 2^63, with
+  // magic = ceil(2^magicShift / total) and magicShift = 63 + ceil(log2 total).
+  uint64_t magic;
+  uint32_t magicShift;
+#else
+  double reciprocalTotal;  // 1 / total, for estimates of the quotients by total
+#endif
+  std::vector<int32_t> values;  // the values of all phrases, one after the other
+  std::vector<DecoderPhrase> phrases;
+  // The lookup of a scaled code: the table gives for each bucket of 2^bucketShift cumulative
+  // values the first phrase that reaches into it; from there a scan over the phrases' ends
+  // finds the phrase. With at least two buckets per phrase the scan is mostly empty.
+  uint32_t bucketShift;
+  std::vector<uint32_t> buckets;
+
+  const DecoderPhrase& findPhrase(uint32_t value, uint32_t* index) const {
+    uint32_t p = buckets[value >> bucketShift];
+    while (value >= phrases[p].end) ++p;
+    *index = p;
+    return phrases[p];
+  }
+};
+
 MQDecoder* mqOpenDecoder(void* statePointer, uint32_t size, const void* data, uint32_t mode,
                          uint32_t tableLimit, void* /*tableMemory*/, size_t dataSize) {
   uint32_t unit = mode & 0x7f;
   if (size != sizeof(MQDecoderState) || unit < kMQUnit8 || unit > kMQUnit32) return nullptr;
   auto d = std::make_unique<MQDecoder>();
-  d->data = static_cast<const uint8_t*>(data);
-  d->dataSize = dataSize;
-  d->next = 0;
-  d->reg = static_cast<uint64_t>(d->loadWord()) << 32;
-  d->reg |= d->loadWord();
-  d->avail = 64;
-  uint32_t phraseCount = d->bits(32);
+  BitReader& in = d->reader;
+  in = {static_cast<const uint8_t*>(data), dataSize, 0, 0, 64};
+  in.reg = static_cast<uint64_t>(in.loadWord()) << 32;
+  in.reg |= in.loadWord();
+  uint32_t phraseCount = in.bits(32);
   phraseCount = __builtin_bswap32(phraseCount);
-  uint32_t widthWord = __builtin_bswap32(d->bits(32));
+  uint32_t widthWord = __builtin_bswap32(in.bits(32));
   bool isSigned = (widthWord & 0x80000000u) != 0;
   uint32_t width = widthWord & 0x7fffffffu;
   d->mode = mode | (isSigned ? uint32_t{kMQSigned} : 0u);
@@ -432,20 +435,20 @@ MQDecoder* mqOpenDecoder(void* statePointer, uint32_t size, const void* data, ui
     DecoderPhrase phrase{};
     phrase.first = static_cast<uint32_t>(d->values.size());
     for (;;) {
-      uint32_t raw = d->bits(width);
+      uint32_t raw = in.bits(width);
       int32_t v = static_cast<int32_t>(raw);
       if (isSigned && width < 32 && (raw >> (width - 1))) v = static_cast<int32_t>(raw | (~0u << width));
       d->values.push_back(v);
-      if (d->bits(1)) break;
-      if (d->exhausted()) return nullptr;
+      if (in.bits(1)) break;
+      if (in.exhausted()) return nullptr;
     }
     phrase.length = static_cast<uint32_t>(d->values.size()) - phrase.first;
     uint32_t count = 0;
     for (int group = 0; group < 4; ++group) {
-      count = (count << 8) | d->bits(8);
-      if (d->bits(1)) break;
+      count = (count << 8) | in.bits(8);
+      if (in.bits(1)) break;
     }
-    if (count == 0 || d->exhausted()) return nullptr;
+    if (count == 0 || in.exhausted()) return nullptr;
     phrase.repeat = count;
     d->phrases.push_back(phrase);
   }
@@ -453,7 +456,7 @@ MQDecoder* mqOpenDecoder(void* statePointer, uint32_t size, const void* data, ui
   uint32_t previousBits = 32;
   bool ones = false;
   for (DecoderPhrase& phrase : d->phrases) {
-    uint32_t f = ones ? 1 : d->bits(previousBits);
+    uint32_t f = ones ? 1 : in.bits(previousBits);
     if (f == 1) ones = true;
     previousBits = 32 - std::countl_zero(f);
     phrase.start = static_cast<uint32_t>(total);
@@ -491,7 +494,7 @@ MQDecoder* mqOpenDecoder(void* statePointer, uint32_t size, const void* data, ui
   state->size = sizeof(MQDecoderState);
   state->range = 0xffffffffu;
   state->pending = -1;
-  state->code = d->bits(32);
+  state->code = in.bits(32);
   return d.release();
 }
 
@@ -557,11 +560,12 @@ template <typename Sink>
 // The three quotients of a decoding step: the scaled code, and the range scaled by a phrase's
 // bounds, all truncated (the last rounded up).
 struct IntegerQuotients {
-  const MQDecoder& d;
-  uint64_t code(uint64_t code, uint64_t range) const { return code * d.total / range; }
+  uint64_t total;
+  explicit IntegerQuotients(const MQDecoder& d) : total(d.total) {}
+  uint64_t code(uint64_t code, uint64_t range) const { return code * total / range; }
   void setRange(uint64_t) {}
-  uint64_t floorScaled(uint64_t range, uint64_t x) const { return range * x / d.total; }
-  uint64_t ceilScaled(uint64_t range, uint64_t x) const { return (range * x + d.total - 1) / d.total; }
+  uint64_t floorScaled(uint64_t range, uint64_t x) const { return range * x / total; }
+  uint64_t ceilScaled(uint64_t range, uint64_t x) const { return (range * x + total - 1) / total; }
 };
 
 // floor(product / divisor) from an estimate that is at most one off either way; the products
@@ -578,30 +582,47 @@ uint64_t exactQuotient(uint64_t estimate, uint64_t product, uint64_t divisor) {
 // the quotients by the fixed total by a multiplication with its reciprocal: exact in 128 bits
 // where the compiler has them, else an estimate corrected like the first.
 struct FloatingQuotients {
-  const MQDecoder& d;
+  uint64_t total;
+  double totalAsDouble;
+#if defined(__SIZEOF_INT128__)
+  uint64_t magic;
+  uint32_t magicShift;
+  explicit FloatingQuotients(const MQDecoder& d)
+      : total(d.total), totalAsDouble(d.totalAsDouble), magic(d.magic), magicShift(d.magicShift) {}
+#else
+  double reciprocalTotal;
+  explicit FloatingQuotients(const MQDecoder& d)
+      : total(d.total), totalAsDouble(d.totalAsDouble), reciprocalTotal(d.reciprocalTotal) {}
+#endif
+  double totalPerRange = 0;  // total / range, taken as soon as the range is known
+
   // The estimates stay below 2^63: the signed conversion is exact and needs no range test.
   static uint64_t truncate(double value) { return static_cast<uint64_t>(static_cast<int64_t>(value)); }
-  double totalPerRange = 0;  // total / range, taken as soon as the range is known
-  void setRange(uint64_t range) { totalPerRange = d.totalAsDouble / static_cast<double>(static_cast<int64_t>(range)); }
+  void setRange(uint64_t range) { totalPerRange = totalAsDouble / static_cast<double>(static_cast<int64_t>(range)); }
   uint64_t code(uint64_t code, uint64_t range) const {
     uint64_t estimate = truncate(static_cast<double>(static_cast<int64_t>(code)) * totalPerRange);
-    return exactQuotient(estimate, code * d.total, range);
+    return exactQuotient(estimate, code * total, range);
   }
   // The products of a step stay below 2^63.
   uint64_t byTotal(uint64_t product) const {
 #if defined(__SIZEOF_INT128__)
-    return static_cast<uint64_t>((static_cast<unsigned __int128>(product) * d.magic) >> d.magicShift);
+    return static_cast<uint64_t>((static_cast<unsigned __int128>(product) * magic) >> magicShift);
 #else
-    return exactQuotient(truncate(static_cast<double>(static_cast<int64_t>(product)) * d.reciprocalTotal), product, d.total);
+    return exactQuotient(truncate(static_cast<double>(static_cast<int64_t>(product)) * reciprocalTotal), product, total);
 #endif
   }
   uint64_t floorScaled(uint64_t range, uint64_t x) const { return byTotal(range * x); }
-  uint64_t ceilScaled(uint64_t range, uint64_t x) const { return byTotal(range * x + d.total - 1); }
+  uint64_t ceilScaled(uint64_t range, uint64_t x) const { return byTotal(range * x + total - 1); }
 };
 
 template <typename Quotients, typename Sink>
-uint32_t decodeSymbols(MQDecoder* d, MQDecoderState* s, Sink& sink, uint32_t count) {
-  Quotients quotients{*d};
+uint32_t decodeSymbols(MQDecoder* d, MQDecoderState* shared, Sink& sink, uint32_t count) {
+  // The loop works on copies of the state and the reader, which the stores of symbols then
+  // cannot be taken to change.
+  MQDecoderState state = *shared;
+  BitReader reader = d->reader;
+  MQDecoderState* s = &state;
+  Quotients quotients(*d);
   quotients.setRange(s->range);
   uint32_t out = 0;
   if (s->pending >= 0) out += writePhrase(*d, s, sink, 0, count);
@@ -617,7 +638,7 @@ uint32_t decodeSymbols(MQDecoder* d, MQDecoderState* s, Sink& sink, uint32_t cou
     int shift = std::countl_zero(newRange);
     newRange <<= shift;
     quotients.setRange(newRange);
-    if (shift > 0) code = (code << shift) | d->bits(shift);
+    if (shift > 0) code = (code << shift) | reader.bits(shift);
     s->range = newRange;
     s->code = code;
     s->pending = static_cast<int32_t>(p);
@@ -625,6 +646,8 @@ uint32_t decodeSymbols(MQDecoder* d, MQDecoderState* s, Sink& sink, uint32_t cou
     s->position = 0;
     out += writePhrase(*d, s, sink, out, count - out);
   }
+  *shared = state;
+  d->reader = reader;
   return count;
 }
 
