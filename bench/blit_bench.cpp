@@ -159,17 +159,13 @@ int main(int argc, char** argv) {
   blit(mqDrawImagePlain, 640, 480, 8, 0);
   blit(mqDrawImageSSE2, 640, 480, 8, 0);
 
-  benchmark::Initialize(&argc, argv);
-  RatioReporter reporter;
-  benchmark::RunSpecifiedBenchmarks(&reporter);
-  std::printf("\nRatios, peer time / our time (SSE2 variants):\n");
-  reporter.ratio("opaque 24->24 640x480 vs memcpy", "sse2/blit24/t0/640x480", "memcpy/rows24/640x480", 0.8);
-  reporter.ratio("opaque 24->24 1920x1080 vs memcpy", "sse2/blit24/t0/1920x1080", "memcpy/rows24/1920x1080", 0.8);
-  reporter.ratio("alpha 24->24 640x480 vs pixman OVER", "sse2/alpha24/640x480", "pixman/over8888/640x480", 1.0);
-  reporter.ratio("t 128 24->24 640x480 vs pixman OVER", "sse2/blit24/t128/640x480", "pixman/over8888/640x480");
-  reporter.ratio("fill 24 640x480 vs memset", "fill24/640x480", "memset/rows24/640x480");
-  reporter.ratio("fill 8 640x480 vs memset", "fill8/640x480", "memset/rows8/640x480");
-  reporter.ratio("opaque 8->8 640x480 vs memcpy", "sse2/blit8/t0/640x480", "memcpy/rows8/640x480", 0.8);
-  benchmark::Shutdown();
-  return 0;
+  return runBenchmarksWithRatios(argc, argv, "Ratios, peer time / our time (SSE2 variants):", [](RatioReporter& reporter) {
+    reporter.ratio("opaque 24->24 640x480 vs memcpy", "sse2/blit24/t0/640x480", "memcpy/rows24/640x480", 0.8);
+    reporter.ratio("opaque 24->24 1920x1080 vs memcpy", "sse2/blit24/t0/1920x1080", "memcpy/rows24/1920x1080", 0.8);
+    reporter.ratio("alpha 24->24 640x480 vs pixman OVER", "sse2/alpha24/640x480", "pixman/over8888/640x480", 1.0);
+    reporter.ratio("t 128 24->24 640x480 vs pixman OVER", "sse2/blit24/t128/640x480", "pixman/over8888/640x480");
+    reporter.ratio("fill 24 640x480 vs memset", "fill24/640x480", "memset/rows24/640x480");
+    reporter.ratio("fill 8 640x480 vs memset", "fill8/640x480", "memset/rows8/640x480");
+    reporter.ratio("opaque 8->8 640x480 vs memcpy", "sse2/blit8/t0/640x480", "memcpy/rows8/640x480", 0.8);
+  });
 }

@@ -225,12 +225,8 @@ BENCHMARK(BM_PictureDecode)->Args({640, 480})->Args({1920, 1080})->Unit(benchmar
 BENCHMARK(BM_JpegTurboDecode)->Args({640, 480})->Args({1920, 1080})->Unit(benchmark::kMillisecond);
 
 int main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);
-  RatioReporter reporter;
-  benchmark::RunSpecifiedBenchmarks(&reporter);
-  std::printf("\nRatios, libjpeg-turbo time / our time (CPU time):\n");
-  reporter.ratio("decode 640x480 vs libjpeg-turbo", "BM_PictureDecode/640/480", "BM_JpegTurboDecode/640/480", 0.5);
-  reporter.ratio("decode 1920x1080 vs libjpeg-turbo", "BM_PictureDecode/1920/1080", "BM_JpegTurboDecode/1920/1080", 0.5);
-  benchmark::Shutdown();
-  return 0;
+  return runBenchmarksWithRatios(argc, argv, "Ratios, libjpeg-turbo time / our time (CPU time):", [](RatioReporter& reporter) {
+    reporter.ratio("decode 640x480 vs libjpeg-turbo", "BM_PictureDecode/640/480", "BM_JpegTurboDecode/640/480", 0.5);
+    reporter.ratio("decode 1920x1080 vs libjpeg-turbo", "BM_PictureDecode/1920/1080", "BM_JpegTurboDecode/1920/1080", 0.5);
+  });
 }

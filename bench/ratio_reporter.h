@@ -25,3 +25,16 @@ class RatioReporter : public benchmark::ConsoleReporter {
     else std::printf("%-44s %6.2f  (goal %.1f: %s)\n", what, r, goal, r >= goal ? "met" : "missed");
   }
 };
+
+// Runs the registered benchmarks, then prints `title` and calls `ratios(reporter)`, which
+// prints the comparisons with reporter.ratio.
+template <typename Ratios>
+int runBenchmarksWithRatios(int argc, char** argv, const char* title, Ratios ratios) {
+  benchmark::Initialize(&argc, argv);
+  RatioReporter reporter;
+  benchmark::RunSpecifiedBenchmarks(&reporter);
+  std::printf("\n%s\n", title);
+  ratios(reporter);
+  benchmark::Shutdown();
+  return 0;
+}
