@@ -1,10 +1,12 @@
 // A console reporter that remembers each benchmark's time, so that a benchmark can print after
 // its table how it compares with its peer: peer time / our time, 1 meaning as fast as the peer.
-// CPU time is compared, which other work on a busy machine disturbs less than wall time.
+// CPU time is compared, the best of the repetitions (--benchmark_repetitions), which other work
+// on a busy machine disturbs less than wall time.
 #pragma once
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <map>
 #include <string>
@@ -13,8 +15,13 @@
 class RatioReporter : public benchmark::ConsoleReporter {
  public:
   std::map<std::string, double> time;
+  RatioReporter() : ConsoleReporter(OO_None) {}
   void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& run : runs) time[run.benchmark_name()] = run.GetAdjustedCPUTime();
+    for (const Run& run : runs) {
+      if (run.run_type != Run::RT_Iteration) continue;
+      auto [at, added] = time.emplace(run.benchmark_name(), run.GetAdjustedCPUTime());
+      if (!added) at->second = std::min(at->second, run.GetAdjustedCPUTime());
+    }
     ConsoleReporter::ReportRuns(runs);
   }
   // `goal` 0 states no goal.
