@@ -154,10 +154,6 @@ bool chromaLayout(uint32_t format, ChromaLayout* layout) {
   }
 }
 
-}  // namespace
-
-namespace {
-
 // The kernels a decompressor variant runs: its own, not those of the interface record.
 struct DecompressKernels {
   InverseBlockKernel inverse;
