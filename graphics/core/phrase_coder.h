@@ -28,16 +28,17 @@ struct MQPhraseTable {
   std::vector<uint32_t> parse;  // phrase index of each step through the symbols
 };
 
-// Cuts `count` symbols of width `mode` into phrases: runs of one value become phrases repeated
-// a power of two of times; a short run followed by another value becomes one phrase of both.
-// `shortRun` bounds the runs that join a following value (0: never).
+// Cuts `count` symbols of width `mode` into phrases. The most frequent value is the background:
+// a run of it up to `shortRun` long (0: none) joins the value behind it into one phrase, longer
+// runs become one phrase each; other values stand alone, or as runs from four copies on.
 MQPhraseTable* mqAnalyzePhrases(const void* symbols, uint32_t count, uint32_t mode,
                                 uint32_t shortRun);
-// Splits composite phrases that cost more in the dictionary than they save in the code, and
-// gives the estimated size of the coded stream in bits.
+// Splits the joined phrases that cost more in the dictionary than they save in the code, and
+// the runs whose length is too rare to pay its entry into powers of two; gives the estimated
+// size of the coded stream in bits.
 uint64_t mqOptimizePhrases(MQPhraseTable* table);
-// Splits the rarest composite phrases until at most `limit` phrases remain (or only single
-// values are left).
+// Splits the rarest joined phrases, then the rarest runs of lengths other than powers of two,
+// until at most `limit` phrases remain or nothing of that kind is left.
 void mqLimitPhrases(MQPhraseTable* table, uint32_t limit);
 void mqFreePhraseTable(MQPhraseTable* table);
 
