@@ -85,11 +85,20 @@ struct MQDecoder;
 // dictionary cannot be a real one (no phrases, bad width, zero repeat, more phrases than bits).
 MQDecoder* mqOpenDecoder(void* state, uint32_t size, const void* data, uint32_t mode,
                          uint32_t tableLimit, void* tableMemory, size_t dataSize);
-// Writes `count` symbols to `dst`; returns `count`. The quotients go through the floating-point
-// unit with an exact correction.
+// Writes `count` symbols to `dst`; returns `count`. Calls the variant that the live interface
+// record holds.
 uint32_t mqDecode(MQDecoder* decoder, void* state, void* dst, uint32_t count);
+// The variant in service: the quotients are floating-point estimates with an exact integer
+// correction (one division per phrase, multiplications by the reciprocal of the total).
+uint32_t mqDecodeFloat(MQDecoder* decoder, void* state, void* dst, uint32_t count);
 // The same symbols with integer division only.
 uint32_t mqDecodeInteger(MQDecoder* decoder, void* state, void* dst, uint32_t count);
+// The symbols of mqDecodeFloat for a decoder of signed 32-bit units, the i-th written to
+// dst[order[i]]. Runs of zeros are skipped, so `dst` must hold zeros at those places. Gives a
+// bound behind which all symbols are zero: one past the last non-zero one, or past the end of
+// a phrase of several values that holds it.
+uint32_t mqDecodeScattered(MQDecoder* decoder, void* state, int32_t* dst, const uint16_t* order,
+                           uint32_t count);
 void mqCloseDecoder(MQDecoder* decoder);
 
 // Opens a decoder of unit bytes (mode 3, 32-byte state) for the stack and closes it at the end.

@@ -331,4 +331,59 @@ TEST(PhraseCoder, CarriesWalkBackOverFullBytes) {
   EXPECT_EQ(encoder.bits & 0xF, 0u) << "the pending four bits took the carry first";
 }
 
+TEST(PhraseCoder, ScatteredDecodingPutsTheSameSymbolsInScanOrderAndBoundsTheZeros) {
+  std::vector<int32_t> values = coefficientLike(64 * 300, 4);
+  // Runs of zeros and of one value across block boundaries, and whole empty blocks.
+  std::fill(values.begin() + 64 * 10 + 5, values.begin() + 64 * 13 + 9, 0);
+  std::fill(values.begin() + 64 * 20 + 60, values.begin() + 64 * 21 + 4, -3);
+  std::vector<uint8_t> stream = mqEncodeSymbols(values.data(), uint32_t(values.size()), kMQUnit32 | kMQSigned, 15, 4096);
+  const uint16_t* scan = mqScanOrder(8);
+  for (uint32_t limit : {kMQNoTableLimit, kMQTableLimit, 16u, 1u, 0u}) {
+    MQDecoderState state;
+    MQDecoder* d = mqOpenDecoder(&state, sizeof(state), stream.data(), kMQUnit32 | kMQSigned, limit, nullptr, stream.size());
+    ASSERT_NE(d, nullptr);
+    for (uint32_t block = 0; block < 300; ++block) {
+      const int32_t* expected = &values[block * 64];
+      int32_t natural[64] = {};
+      if (block % 7 == 3) {
+        // The linear decoder takes the same state up where the scattered one left it.
+        int32_t linear[64];
+        ASSERT_EQ(mqDecodeFloat(d, &state, linear, 64), 64u);
+        ASSERT_TRUE(std::equal(linear, linear + 64, expected)) << block;
+        continue;
+      }
+      uint32_t end = mqDecodeScattered(d, &state, natural, scan, 64);
+      ASSERT_LE(end, 64u);
+      for (uint32_t i = 0; i < 64; ++i) {
+        ASSERT_EQ(natural[scan[i]], expected[i]) << "limit " << limit << " block " << block << " at " << i;
+        if (i >= end) {
+          ASSERT_EQ(expected[i], 0) << "nothing but zeros behind the bound";
+        }
+      }
+    }
+    mqCloseDecoder(d);
+  }
+}
+
+TEST(PhraseCoder, QuotientsStayExactWithTheLargestTotal) {
+  // Two phrases whose frequencies add up to 2^31, the most a stream may hold: the products of a
+  // decoding step come close to 2^63.
+  HandStream s(2, 8);
+  s.phrase({1}, 8, 1);
+  s.phrase({2}, 8, 1);
+  const uint32_t frequencies[2] = {0x40000001u, 0x3FFFFFFFu};
+  mqPutBits(&s.encoder, frequencies[0], 32);
+  mqPutBits(&s.encoder, frequencies[1], 31);
+  std::mt19937 random(5);
+  std::vector<uint8_t> expected(3000);
+  for (uint8_t& symbol : expected) {
+    uint32_t p = random() % 2;
+    symbol = uint8_t(p + 1);
+    mqPutSymbol(&s.encoder, p == 0 ? 0 : frequencies[0], frequencies[p], 0x80000000u);
+  }
+  mqFlushEncoder(&s.encoder);
+  EXPECT_EQ(decodeAll<uint8_t>(s.bytes, kMQUnit8, 3000, kMQTableLimit, 3000), expected);
+  EXPECT_EQ(decodeAll<uint8_t>(s.bytes, kMQUnit8, 3000, kMQTableLimit, 3000, true), expected);
+}
+
 }  // namespace
