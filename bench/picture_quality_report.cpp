@@ -13,6 +13,7 @@
 
 #include <jpeglib.h>
 
+#include "bench/jpeg_peer.h"
 #include "graphics/core/molaq.h"
 #include "graphics/molaq_image.h"
 
@@ -100,35 +101,8 @@ Distortion measure(const Picture& a, const std::vector<uint8_t>& b) {
   return {toDecibels(rgb, 3 * pixels), toDecibels(luma, pixels)};
 }
 
-std::vector<uint8_t> jpegEncode(const Picture& p, int quality) {
-  jpeg_compress_struct cinfo;
-  jpeg_error_mgr error;
-  cinfo.err = jpeg_std_error(&error);
-  error.error_exit = jpegError;
-  jpeg_create_compress(&cinfo);
-  unsigned char* buffer = nullptr;
-  unsigned long size = 0;
-  jpeg_mem_dest(&cinfo, &buffer, &size);
-  cinfo.image_width = JDIMENSION(p.width);
-  cinfo.image_height = JDIMENSION(p.height);
-  cinfo.input_components = 3;
-  cinfo.in_color_space = JCS_EXT_BGR;
-  jpeg_set_defaults(&cinfo);
-  jpeg_set_quality(&cinfo, quality, TRUE);
-  jpeg_start_compress(&cinfo, TRUE);
-  while (cinfo.next_scanline < cinfo.image_height) {
-    JSAMPROW row = const_cast<JSAMPROW>(&p.bgr[size_t(p.height - 1 - cinfo.next_scanline) * p.pitch()]);
-    jpeg_write_scanlines(&cinfo, &row, 1);
-  }
-  jpeg_finish_compress(&cinfo);
-  jpeg_destroy_compress(&cinfo);
-  std::vector<uint8_t> out(buffer, buffer + size);
-  std::free(buffer);
-  return out;
-}
-
 void reportJpeg(const Picture& p, int quality) {
-  std::vector<uint8_t> coded = jpegEncode(p, quality);
+  std::vector<uint8_t> coded = jpegCompressDib(p.bgr.data(), p.width, p.height, p.pitch(), quality);
   int32_t w, h;
   std::vector<uint8_t> rows = jpegDecodeRows(coded.data(), coded.size(), &w, &h);
   std::vector<uint8_t> bottomUp(size_t(p.pitch()) * p.height, 0);
