@@ -241,12 +241,17 @@ int32_t mostFrequentSymbol(const void* symbols, uint32_t count, uint32_t mode) {
 
 }  // namespace
 
-MQPhraseTable* mqAnalyzePhrases(const void* symbols, uint32_t count, uint32_t mode,
-                                uint32_t shortRun) {
+namespace {
+
+// One way to cut the symbols: a run up to `shortRun` long joins the value behind it. With
+// `backgroundOnly`, only runs of the background do, and other values stand alone below
+// kShortestRun copies: what suits transform coefficients, whose zeros run between values. Else
+// runs of any value do, which catches frequent pairs of values in pictures stored lossless.
+std::unique_ptr<MQPhraseTable> cutIntoPhrases(const void* symbols, uint32_t count, uint32_t mode,
+                                              uint32_t shortRun, int32_t background,
+                                              bool backgroundOnly) {
   auto table = std::make_unique<MQPhraseTable>();
   table->mode = mode;
-  if (count == 0) return table.release();
-  const int32_t background = mostFrequentSymbol(symbols, count, mode);
   PhraseBuilder builder(table.get());
   uint32_t at = 0;
   while (at < count) {
@@ -254,17 +259,41 @@ MQPhraseTable* mqAnalyzePhrases(const void* symbols, uint32_t count, uint32_t mo
     uint32_t end = at + 1;
     while (end < count && readSymbol(symbols, end, mode) == value) ++end;
     uint32_t length = end - at;
-    if (value == background && length <= shortRun && end < count) {
+    bool joins = !backgroundOnly || value == background;
+    if (joins && length <= shortRun && end < count) {
       builder.add({value, readSymbol(symbols, end, mode), length, true});
       at = end + 1;
-    } else if (value != background && length < kShortestRun) {
+    } else if (!joins && length < kShortestRun) {
       for (; at < end; ++at) builder.add({value, 0, 1, false});
     } else {
       builder.addRun(value, length);
       at = end;
     }
   }
-  return table.release();
+  return table;
+}
+
+}  // namespace
+
+MQPhraseTable* mqAnalyzePhrases(const void* symbols, uint32_t count, uint32_t mode,
+                                uint32_t shortRun) {
+  if (count == 0) {
+    auto table = std::make_unique<MQPhraseTable>();
+    table->mode = mode;
+    return table.release();
+  }
+  // Both ways of cutting, judged by the size of a trial optimisation; the caller optimises the
+  // winner itself.
+  const int32_t background = mostFrequentSymbol(symbols, count, mode);
+  std::unique_ptr<MQPhraseTable> best;
+  uint64_t bestBits = UINT64_MAX;
+  for (bool backgroundOnly : {true, false}) {
+    std::unique_ptr<MQPhraseTable> table = cutIntoPhrases(symbols, count, mode, shortRun, background, backgroundOnly);
+    MQPhraseTable trial = *table;
+    uint64_t bits = mqOptimizePhrases(&trial);
+    if (bits < bestBits) best = std::move(table), bestBits = bits;
+  }
+  return best.release();
 }
 
 uint64_t mqOptimizePhrases(MQPhraseTable* table) {

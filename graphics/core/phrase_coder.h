@@ -28,9 +28,11 @@ struct MQPhraseTable {
   std::vector<uint32_t> parse;  // phrase index of each step through the symbols
 };
 
-// Cuts `count` symbols of width `mode` into phrases. The most frequent value is the background:
-// a run of it up to `shortRun` long (0: none) joins the value behind it into one phrase, longer
-// runs become one phrase each; other values stand alone, or as runs from four copies on.
+// Cuts `count` symbols of width `mode` into phrases in two ways and keeps the one whose
+// optimised stream is smaller. Either way a run up to `shortRun` long (0: none) joins the value
+// behind it into one phrase, and longer runs become one phrase each. In the first way only runs
+// of the most frequent value join, and other values stand alone up to three copies; in the
+// second, runs of any value join.
 MQPhraseTable* mqAnalyzePhrases(const void* symbols, uint32_t count, uint32_t mode,
                                 uint32_t shortRun);
 // Splits the joined phrases that cost more in the dictionary than they save in the code, and

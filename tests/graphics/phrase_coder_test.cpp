@@ -183,6 +183,24 @@ TEST(PhraseChoice, LongRunsTakeOneStepWhenTheirLengthIsCommonAndFewOtherwise) {
   EXPECT_LE(table->parse.size(), 800u + std::popcount(1000003u) + 1);
 }
 
+TEST(PhraseChoice, ValuesThatGoInPairsBecomeOnePhrase) {
+  // Bytes as a picture stored lossless may hold them: eight pairs in random order, no value
+  // much more frequent than the others.
+  const uint8_t pairs[8][2] = {{3, 200}, {7, 100}, {9, 90}, {200, 3}, {11, 12}, {13, 14}, {50, 60}, {70, 80}};
+  std::mt19937 random(14);
+  std::vector<uint8_t> bytes;
+  for (int i = 0; i < 20000; ++i) {
+    const uint8_t* pair = pairs[random() % 8];
+    bytes.insert(bytes.end(), pair, pair + 2);
+  }
+  TablePointer table(mqAnalyzePhrases(bytes.data(), uint32_t(bytes.size()), kMQUnit8, 15));
+  mqOptimizePhrases(table.get());
+  EXPECT_EQ(table->parse.size(), bytes.size() / 2);
+  std::vector<uint8_t> stream = mqEncodeStream(table.get());
+  EXPECT_LT(stream.size(), 8000u) << "20000 pairs of three bits each are 7500 bytes";
+  EXPECT_EQ(decodeAll<uint8_t>(stream, kMQUnit8, uint32_t(bytes.size()), kMQTableLimit, 999), bytes);
+}
+
 TEST(PhraseChoice, LimitsAreHonouredAndTheSymbolsKept) {
   std::vector<int32_t> values = blockLike(2000, 12);
   for (uint32_t limit : {300u, 60u, 20u}) {
