@@ -225,7 +225,7 @@ TEST(PhraseChoice, LimitsAreHonouredAndTheSymbolsKept) {
 TEST(PhraseChoice, FrequenciesAreScaledBelowTheCoderBoundAndKeepEveryPhrase) {
   // Over a million steps: more than the total the coder allows.
   std::mt19937 random(13);
-  std::vector<uint8_t> bytes(3000000);
+  std::vector<uint8_t> bytes(3600000);
   for (uint8_t& b : bytes) b = random() % 1000 == 0 ? uint8_t(random()) : uint8_t(random() % 2 + 1);
   TablePointer table(mqAnalyzePhrases(bytes.data(), uint32_t(bytes.size()), kMQUnit8, 15));
   mqOptimizePhrases(table.get());
