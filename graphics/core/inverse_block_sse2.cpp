@@ -47,12 +47,10 @@ __m128i floorToInt(__m128 value) {
 
 __m128 reversed(__m128 value) { return _mm_shuffle_ps(value, value, _MM_SHUFFLE(0, 1, 2, 3)); }
 
-// 2^(q - 7) per index, or 1 without q: the scale splits into a row and a column factor, whose
-// product with the shift by 14 left out is exact.
-void scales(float* out, const uint32_t* q, int32_t n) {
-  for (int32_t i = 0; i < n; ++i) {
-    out[i] = q ? std::bit_cast<float>(static_cast<uint32_t>(127 + static_cast<int32_t>(q[i]) - 7) << 23) : 1.0f;
-  }
+// 2^(q[i] - 7), or 1 without q: the scale splits into a row and a column factor, whose product
+// with the shift by 14 left out is exact.
+float scaleOf(const uint32_t* q, int32_t i) {
+  return q ? std::bit_cast<float>(static_cast<uint32_t>(127 + static_cast<int32_t>(q[i]) - 7) << 23) : 1.0f;
 }
 
 void fill(int32_t* dst, ptrdiff_t stride, int32_t w, int32_t h, int32_t value) {
@@ -128,13 +126,13 @@ void mqInverseBlockKernelSSE2(int32_t* dst, ptrdiff_t stride, const int32_t* coe
   // With q the results are the sums scaled by 2^-14 rounded and then floored; adding 2^-15
   // before the floor stands for that rounding. Without q they are rounded to nearest.
   const __m128 bias = _mm_set1_ps(q ? 0x1p-15f : 0.5f);
-  alignas(16) float rowScale[32], columnScale[32];
-  scales(rowScale, q, n);
-  scales(columnScale, q, n);
   if (extent.rows == 1 && extent.columns == 1) {
-    __m128 dc = _mm_set1_ps(static_cast<float>(coefficients[0]) * rowScale[0] * columnScale[0]);
+    float scale = scaleOf(q, 0);
+    __m128 dc = _mm_set1_ps(static_cast<float>(coefficients[0]) * scale * scale);
     return fill(dst, stride, w, h, _mm_cvtsi128_si32(floorToInt(_mm_add_ps(dc, bias))));
   }
+  alignas(16) float rowScale[32], columnScale[32];
+  for (int32_t i = 0; i < n; ++i) rowScale[i] = columnScale[i] = scaleOf(q, i);
   const int32_t logWidth = blockSize + sx, logHeight = blockSize + sy;
   auto run = [&](auto transform) {
     transform(dst, stride, coefficients, blockSize, logWidth, logHeight, rowScale, columnScale, bias, extent);
