@@ -11,6 +11,7 @@
 #endif
 #include <windows.h>
 #include <commdlg.h>
+#include <mmsystem.h>
 #else
 #include <cstdint>
 
@@ -183,8 +184,23 @@ struct WNDCLASSA {
 #define THREAD_PRIORITY_NORMAL 0
 #define THREAD_PRIORITY_ABOVE_NORMAL 1
 
+// The wave format record; packed, as the system declares it.
+#define WAVE_FORMAT_PCM 1
+#pragma pack(push, 1)
+struct WAVEFORMATEX {
+  WORD wFormatTag;
+  WORD nChannels;
+  DWORD nSamplesPerSec;
+  DWORD nAvgBytesPerSec;
+  WORD nBlockAlign;
+  WORD wBitsPerSample;
+  WORD cbSize;
+};
+#pragma pack(pop)
+
 static_assert(sizeof(BITMAPINFOHEADER) == 40 && sizeof(RGBQUAD) == 4 && sizeof(BITMAPINFO) == 44);
 static_assert(sizeof(PALETTEENTRY) == 4 && sizeof(LOGPALETTE) == 8);
+static_assert(sizeof(WAVEFORMATEX) == 18);
 #endif
 
 // Calling convention of the host's exports: the callee pops its arguments on 32-bit x86.

@@ -20,6 +20,19 @@ constexpr MOLAQInterface makePristine() {
   record.mqCloseDecoder = mqCloseDecoder;
   record.mqDecode = mqDecodeFloat;
   record.soundCount = 13;
+  record.mqGetSoundFrameSize = mqGetSoundFrameSize;
+  record.mqMakeSoundCurve = mqMakeSoundCurve;
+  record.mqMakeInverseSoundCurve = mqMakeInverseSoundCurve;
+  record.mqApplySoundEqualizer = mqApplySoundEqualizer;
+  record.mqMakeWaveFormat = mqMakeWaveFormat;
+  record.mqBiasSamples = mqBiasSamples;
+  record.mqTransformSoundFrame = mqTransformSoundFrame;
+  record.mqForwardDCT = mqForwardDCT;
+  record.mqInverseSoundFrame = mqInverseSoundFrame;
+  record.mqInverseDCT = mqInverseDCT;
+  record.mqCompressSound = mqCompressSound;
+  record.mqFreeCompressed = mqFreeCompressed;
+  record.mqDecompressSound = mqDecompressSound;
   record.imageCount = 15;
   record.mqMakeBitmapHeader = mqMakeBitmapHeader;
   record.mqFitQuantCurve = mqFitQuantCurve;
@@ -37,6 +50,11 @@ constexpr MOLAQInterface makePristine() {
   record.mqMakeFixedPalette = mqMakeFixedPalette;
   record.mqConvertTo8Bit = mqConvertTo8BitPlain;
   record.movieCount = 5;
+  record.mqForwardCube = mqForwardCube;
+  record.mqInverseCube = mqInverseCubePlain;
+  record.mqCompressFrames = mqCompressFrames;
+  record.mqFreeFrames = mqFreeFrames;
+  record.mqDecompressFrames = mqDecompressFramesPlain;
   record.drawingCount = 6;
   record.mqMakeToneTable = mqMakeToneTable;
   record.mqApplyTone = mqApplyTone;
@@ -88,6 +106,8 @@ uint32_t mqSelectInterface(MOLAQInterface* record, uint32_t flags, uint32_t rese
   choose(record->mqDrawImage, vector, mqDrawImagePlain, mqDrawImageSSE2);
   choose(record->mqInverseBlock, vector, mqInverseBlockPlain, mqInverseBlockSSE2);
   choose(record->mqDecompressImage, vector, mqDecompressImagePlain, mqDecompressImageSSE2);
+  choose(record->mqInverseCube, vector, mqInverseCubePlain, mqInverseCubeSSE2);
+  choose(record->mqDecompressFrames, vector, mqDecompressFramesPlain, mqDecompressFramesSSE2);
   return 0;
 }
 
@@ -134,4 +154,14 @@ uint32_t mqDecompressImage(const ImageHeader* header, uint8_t* dst, int32_t bits
                            void* tableMemory, size_t dataSize) {
   return liveRecord.mqDecompressImage(header, dst, bits, pitch, data, scale, grey, tableLimit,
                                       tableMemory, dataSize);
+}
+
+void mqInverseCube(int32_t* dst, const int32_t* src, const uint32_t* q, const uint32_t* qt,
+                   int32_t blockSize, int32_t scale) {
+  liveRecord.mqInverseCube(dst, src, q, qt, blockSize, scale);
+}
+
+uint32_t mqDecompressFrames(const void* data, size_t size, uint8_t* const frames[kCubeFrames],
+                            int32_t pitch) {
+  return liveRecord.mqDecompressFrames(data, size, frames, pitch);
 }

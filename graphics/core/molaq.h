@@ -5,8 +5,11 @@
 #include <cstdint>
 
 #include "base/os/win32_types.h"
+#include "graphics/core/dct.h"
+#include "graphics/core/frame_coder.h"
 #include "graphics/core/image_codec.h"
 #include "graphics/core/phrase_coder.h"
+#include "graphics/core/sound_coder.h"
 
 // A plane of pixels as the drawing subsystem passes it around: images, alpha planes, z-buffers.
 struct ImageInfo {
@@ -23,7 +26,6 @@ struct ImageInfo {
 constexpr uint32_t kMOLAQVersion = 0x10100;
 
 // ---- Kernel signatures of the slots that have them today -------------------------------------
-using MOLAQEntry = void (*)();  // a slot whose kernel belongs to the codec or the coders
 using YCCToIndexedFn = void (*)(uint8_t* dst, const int32_t* y, const int32_t* cb,
                                 const int32_t* cr, uint32_t count);
 using YCCToRGBFn = void (*)(uint8_t* dst, const int32_t* y, const int32_t* cb, const int32_t* cr,
@@ -47,8 +49,7 @@ using FillRectangleFn = uint32_t (*)(const BITMAPINFO* info, uint8_t* pixels,
                                      uint32_t t, uint32_t z);
 
 // The interface record: five groups, each a count followed by that many slots, and a final 0.
-// Every member is one machine word (32 bits in the product). Slots whose kernels are not part of
-// the library yet are null.
+// Every member is one machine word (32 bits in the product).
 struct MOLAQInterface {
   uintptr_t coderCount;  // 12: entropy coder
   decltype(&::mqAnalyzePhrases) mqAnalyzePhrases;
@@ -65,10 +66,19 @@ struct MOLAQInterface {
   decltype(&::mqDecode) mqDecode;
 
   uintptr_t soundCount;  // 13: sound transform coder
-  MOLAQEntry mqGetSoundFrameSize, mqMakeSoundCurve, mqMakeInverseSoundCurve;
-  MOLAQEntry mqApplySoundEqualizer, mqMakeWaveFormat, mqBiasSamples, mqTransformSoundFrame;
-  MOLAQEntry mqForwardDCT, mqInverseSoundFrame, mqInverseDCT, mqCompressSound;
-  MOLAQEntry mqFreeCompressed, mqDecompressSound;
+  decltype(&::mqGetSoundFrameSize) mqGetSoundFrameSize;
+  decltype(&::mqMakeSoundCurve) mqMakeSoundCurve;
+  decltype(&::mqMakeInverseSoundCurve) mqMakeInverseSoundCurve;
+  decltype(&::mqApplySoundEqualizer) mqApplySoundEqualizer;
+  decltype(&::mqMakeWaveFormat) mqMakeWaveFormat;
+  decltype(&::mqBiasSamples) mqBiasSamples;
+  decltype(&::mqTransformSoundFrame) mqTransformSoundFrame;
+  decltype(&::mqForwardDCT) mqForwardDCT;
+  decltype(&::mqInverseSoundFrame) mqInverseSoundFrame;
+  decltype(&::mqInverseDCT) mqInverseDCT;
+  decltype(&::mqCompressSound) mqCompressSound;
+  decltype(&::mqFreeCompressed) mqFreeCompressed;
+  decltype(&::mqDecompressSound) mqDecompressSound;
 
   uintptr_t imageCount;  // 15: image transform coder and colour conversion
   decltype(&::mqMakeBitmapHeader) mqMakeBitmapHeader;
@@ -88,7 +98,11 @@ struct MOLAQInterface {
   ConvertTo8BitFn mqConvertTo8Bit;
 
   uintptr_t movieCount;  // 5: moving-picture transform coder
-  MOLAQEntry mqForwardCube, mqInverseCube, mqCompressFrames, mqFreeFrames, mqDecompressFrames;
+  decltype(&::mqForwardCube) mqForwardCube;
+  decltype(&::mqInverseCubePlain) mqInverseCube;
+  decltype(&::mqCompressFrames) mqCompressFrames;
+  decltype(&::mqFreeFrames) mqFreeFrames;
+  decltype(&::mqDecompressFramesPlain) mqDecompressFrames;
 
   uintptr_t drawingCount;  // 6: bitmap drawing and tone
   MakeToneTableFn mqMakeToneTable;
@@ -134,6 +148,10 @@ void mqConvertTo8Bit(uint8_t* dst, int32_t dstPitch, const uint8_t* src, int32_t
 uint32_t mqDrawImage(const BITMAPINFO* dstInfo, uint8_t* dstPixels, const ImageInfo* zBuffer,
                      int32_t x, int32_t y, const BITMAPINFO* srcInfo, const uint8_t* srcPixels,
                      const ImageInfo* alpha, const RECT* rect, uint32_t t, uint32_t z);
+void mqInverseCube(int32_t* dst, const int32_t* src, const uint32_t* q, const uint32_t* qt,
+                   int32_t blockSize, int32_t scale);
+uint32_t mqDecompressFrames(const void* data, size_t size, uint8_t* const frames[kCubeFrames],
+                            int32_t pitch);
 
 // ---- Shared tables -----------------------------------------------------------------------------
 // Contributions of one channel value to Y, Cb and Cr, in 8.8 fixed point.

@@ -22,6 +22,9 @@ class DispatchTest : public ::testing::Test {
     EXPECT_EQ(r.mqDecompressImage == mqDecompressImageSSE2, vector);
     EXPECT_EQ(r.mqDecompressImage == mqDecompressImagePlain, !vector);
     EXPECT_EQ(r.plainInverseBlock, &mqInverseBlockPlain) << "the unused slot keeps the plain transform";
+    EXPECT_EQ(r.mqInverseCube == mqInverseCubeSSE2, vector);
+    EXPECT_EQ(r.mqDecompressFrames == mqDecompressFramesSSE2, vector);
+    EXPECT_EQ(r.mqDecompressFrames == mqDecompressFramesPlain, !vector);
     EXPECT_EQ(r.mqFillRectangle, &mqFillRectangle) << "the fill has one version";
     return vector;
   }
@@ -58,10 +61,20 @@ TEST_F(DispatchTest, TheCodecIsInTheRecordAndTheFloatingPointDecoderServes) {
   EXPECT_EQ(r.mqCompressImage, &mqCompressImage);
 }
 
-TEST_F(DispatchTest, TheMovieCoderIsNotInTheLibraryYet) {
+TEST_F(DispatchTest, TheSoundAndMovieCodersFillTheirGroups) {
   const MOLAQInterface& r = live();
-  EXPECT_EQ(r.mqInverseCube, nullptr);
-  EXPECT_EQ(r.mqDecompressFrames, nullptr);
+  EXPECT_EQ(r.mqGetSoundFrameSize, &mqGetSoundFrameSize);
+  EXPECT_EQ(r.mqForwardDCT, &mqForwardDCT);
+  EXPECT_EQ(r.mqInverseDCT, &mqInverseDCT);
+  EXPECT_EQ(r.mqCompressSound, &mqCompressSound);
+  EXPECT_EQ(r.mqDecompressSound, &mqDecompressSound);
+  EXPECT_EQ(r.mqForwardCube, &mqForwardCube);
+  EXPECT_EQ(r.mqCompressFrames, &mqCompressFrames);
+  EXPECT_EQ(r.mqFreeFrames, &mqFreeFrames);
+  // No slot of the two groups is left empty.
+  const uintptr_t* words = reinterpret_cast<const uintptr_t*>(&r);
+  for (int i = 14; i < 27; ++i) EXPECT_NE(words[i], 0u) << "sound slot " << i - 13;
+  for (int i = 44; i < 49; ++i) EXPECT_NE(words[i], 0u) << "movie slot " << i - 43;
 }
 
 TEST_F(DispatchTest, FlagsForceOrForbidTheVectorVariants) {
