@@ -7,11 +7,11 @@
 #include <cstdio>
 #include <cstring>
 #include <functional>
-#include <map>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "bench/ratio_reporter.h"
 #include "graphics/core/molaq.h"
 
 namespace {
@@ -140,22 +140,6 @@ void fill(int32_t width, int32_t height, uint16_t bits) {
   })->Unit(benchmark::kMicrosecond);
 }
 
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  std::map<std::string, double> time;
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& run : runs) time[run.benchmark_name()] = run.GetAdjustedRealTime();
-    ConsoleReporter::ReportRuns(runs);
-  }
-  // `goal` 0 states no goal.
-  void ratio(const char* what, const std::string& ours, const std::string& peer, double goal = 0) {
-    if (!time.count(ours) || !time.count(peer)) return;
-    double r = time[peer] / time[ours];
-    if (goal == 0) std::printf("%-44s %6.2f\n", what, r);
-    else std::printf("%-44s %6.2f  (goal %.1f: %s)\n", what, r, goal, r >= goal ? "met" : "missed");
-  }
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -175,17 +159,13 @@ int main(int argc, char** argv) {
   blit(mqDrawImagePlain, 640, 480, 8, 0);
   blit(mqDrawImageSSE2, 640, 480, 8, 0);
 
-  benchmark::Initialize(&argc, argv);
-  RatioReporter reporter;
-  benchmark::RunSpecifiedBenchmarks(&reporter);
-  std::printf("\nRatios, peer time / our time (SSE2 variants):\n");
-  reporter.ratio("opaque 24->24 640x480 vs memcpy", "sse2/blit24/t0/640x480", "memcpy/rows24/640x480", 0.8);
-  reporter.ratio("opaque 24->24 1920x1080 vs memcpy", "sse2/blit24/t0/1920x1080", "memcpy/rows24/1920x1080", 0.8);
-  reporter.ratio("alpha 24->24 640x480 vs pixman OVER", "sse2/alpha24/640x480", "pixman/over8888/640x480", 1.0);
-  reporter.ratio("t 128 24->24 640x480 vs pixman OVER", "sse2/blit24/t128/640x480", "pixman/over8888/640x480");
-  reporter.ratio("fill 24 640x480 vs memset", "fill24/640x480", "memset/rows24/640x480");
-  reporter.ratio("fill 8 640x480 vs memset", "fill8/640x480", "memset/rows8/640x480");
-  reporter.ratio("opaque 8->8 640x480 vs memcpy", "sse2/blit8/t0/640x480", "memcpy/rows8/640x480", 0.8);
-  benchmark::Shutdown();
-  return 0;
+  return runBenchmarksWithRatios(argc, argv, "Ratios, peer time / our time (SSE2 variants):", [](RatioReporter& reporter) {
+    reporter.ratio("opaque 24->24 640x480 vs memcpy", "sse2/blit24/t0/640x480", "memcpy/rows24/640x480", 0.8);
+    reporter.ratio("opaque 24->24 1920x1080 vs memcpy", "sse2/blit24/t0/1920x1080", "memcpy/rows24/1920x1080", 0.8);
+    reporter.ratio("alpha 24->24 640x480 vs pixman OVER", "sse2/alpha24/640x480", "pixman/over8888/640x480", 1.0);
+    reporter.ratio("t 128 24->24 640x480 vs pixman OVER", "sse2/blit24/t128/640x480", "pixman/over8888/640x480");
+    reporter.ratio("fill 24 640x480 vs memset", "fill24/640x480", "memset/rows24/640x480");
+    reporter.ratio("fill 8 640x480 vs memset", "fill8/640x480", "memset/rows8/640x480");
+    reporter.ratio("opaque 8->8 640x480 vs memcpy", "sse2/blit8/t0/640x480", "memcpy/rows8/640x480", 0.8);
+  });
 }

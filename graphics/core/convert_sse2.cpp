@@ -121,6 +121,28 @@ void forEachBlock(const int32_t* y, const int32_t* cb, const int32_t* cr, uint32
   block(i, tail[0], tail[1], tail[2], rest);
 }
 
+// Writes eight pixels from the low eight bytes of each channel as 24 bytes, blue, green, red,
+// by overlapping stores that end exactly at the 24th byte.
+void storeEightPixels(uint8_t* out, __m128i blue, __m128i green, __m128i red) {
+  __m128i blueGreen = _mm_unpacklo_epi8(blue, green);
+  __m128i redZero = _mm_unpacklo_epi8(red, _mm_setzero_si128());
+  // Per 64-bit lane two pixels of 32 bits, pushed together into 48.
+  const __m128i low24 = _mm_set1_epi64x(0xffffff);
+  auto squeeze = [&](__m128i pixels) {
+    return _mm_or_si128(_mm_and_si128(pixels, low24), _mm_andnot_si128(low24, _mm_srli_epi64(pixels, 8)));
+  };
+  __m128i first = squeeze(_mm_unpacklo_epi16(blueGreen, redZero));
+  __m128i second = squeeze(_mm_unpackhi_epi16(blueGreen, redZero));
+  _mm_storel_epi64(reinterpret_cast<__m128i*>(out), first);
+  _mm_storel_epi64(reinterpret_cast<__m128i*>(out + 6), _mm_unpackhi_epi64(first, first));
+  _mm_storel_epi64(reinterpret_cast<__m128i*>(out + 12), second);
+  __m128i last = _mm_unpackhi_epi64(second, second);
+  uint32_t lastFour = static_cast<uint32_t>(_mm_cvtsi128_si32(last));
+  uint16_t lastTwo = static_cast<uint16_t>(_mm_extract_epi16(last, 2));
+  std::memcpy(out + 18, &lastFour, 4);
+  std::memcpy(out + 22, &lastTwo, 2);
+}
+
 // Y, Cb and Cr of eight 24-bit pixels given as 16-bit channel lanes, by the conversion
 // coefficients in 2.14 fixed point; Cb and Cr come out offset as the fixed palette wants them.
 struct Weights {
@@ -189,14 +211,15 @@ void mqYCCToRGBSSE2(uint8_t* dst, const int32_t* y, const int32_t* cb, const int
                  __m128i green = _mm_adds_epi16(_mm_adds_epi16(luma, chromaTerm(blueDiff, -5638)),
                                                 chromaTerm(redDiff, -11700));
                  __m128i red = _mm_adds_epi16(luma, chromaTerm(redDiff, 22970));
-                 alignas(16) uint8_t channels[3][16];
-                 _mm_store_si128(reinterpret_cast<__m128i*>(channels[0]),
-                                 _mm_packus_epi16(_mm_srai_epi16(blue, 6), _mm_setzero_si128()));
-                 _mm_store_si128(reinterpret_cast<__m128i*>(channels[1]),
-                                 _mm_packus_epi16(_mm_srai_epi16(green, 6), _mm_setzero_si128()));
-                 _mm_store_si128(reinterpret_cast<__m128i*>(channels[2]),
-                                 _mm_packus_epi16(_mm_srai_epi16(red, 6), _mm_setzero_si128()));
+                 __m128i blueBytes = _mm_packus_epi16(_mm_srai_epi16(blue, 6), _mm_setzero_si128());
+                 __m128i greenBytes = _mm_packus_epi16(_mm_srai_epi16(green, 6), _mm_setzero_si128());
+                 __m128i redBytes = _mm_packus_epi16(_mm_srai_epi16(red, 6), _mm_setzero_si128());
                  uint8_t* out = dst + 3 * at;
+                 if (n == 8) return storeEightPixels(out, blueBytes, greenBytes, redBytes);
+                 alignas(16) uint8_t channels[3][16];
+                 _mm_store_si128(reinterpret_cast<__m128i*>(channels[0]), blueBytes);
+                 _mm_store_si128(reinterpret_cast<__m128i*>(channels[1]), greenBytes);
+                 _mm_store_si128(reinterpret_cast<__m128i*>(channels[2]), redBytes);
                  for (uint32_t j = 0; j < n; ++j, out += 3) {
                    out[0] = channels[0][j];
                    out[1] = channels[1][j];

@@ -18,7 +18,7 @@ constexpr MOLAQInterface makePristine() {
   record.mqEncodeStream = mqEncodeStream;
   record.mqOpenDecoder = mqOpenDecoder;
   record.mqCloseDecoder = mqCloseDecoder;
-  record.mqDecode = mqDecode;
+  record.mqDecode = mqDecodeFloat;
   record.soundCount = 13;
   record.mqGetSoundFrameSize = mqGetSoundFrameSize;
   record.mqMakeSoundCurve = mqMakeSoundCurve;
@@ -40,11 +40,11 @@ constexpr MOLAQInterface makePristine() {
   record.mqForwardBlock = mqForwardBlock;
   record.mqLoadMacroblock = mqLoadMacroblock;
   record.mqRGBToYCC = mqRGBToYCC;
-  record.plainInverseBlock = mqInverseBlock;
-  record.mqInverseBlock = mqInverseBlock;
+  record.plainInverseBlock = mqInverseBlockPlain;
+  record.mqInverseBlock = mqInverseBlockPlain;
   record.mqCompressImage = mqCompressImage;
   record.mqFreeImage = mqFreeImage;
-  record.mqDecompressImage = mqDecompressImage;
+  record.mqDecompressImage = mqDecompressImagePlain;
   record.mqYCCToIndexed = mqYCCToIndexedPlain;
   record.mqYCCToRGB = mqYCCToRGBPlain;
   record.mqMakeFixedPalette = mqMakeFixedPalette;
@@ -72,7 +72,7 @@ MOLAQInterface liveRecord = kPristine;
 
 // The two decoders of the entropy coder: the floating-point one in service and the integer
 // one that the selection below never reaches.
-constexpr auto kDecodeFloatingPoint = &mqDecode;
+constexpr auto kDecodeFloatingPoint = &mqDecodeFloat;
 constexpr auto kDecodeInteger = &mqDecodeInteger;
 
 template <typename Fn>
@@ -104,10 +104,10 @@ uint32_t mqSelectInterface(MOLAQInterface* record, uint32_t flags, uint32_t rese
   choose(record->mqYCCToRGB, vector, mqYCCToRGBPlain, mqYCCToRGBSSE2);
   choose(record->mqConvertTo8Bit, vector, mqConvertTo8BitPlain, mqConvertTo8BitSSE2);
   choose(record->mqDrawImage, vector, mqDrawImagePlain, mqDrawImageSSE2);
+  choose(record->mqInverseBlock, vector, mqInverseBlockPlain, mqInverseBlockSSE2);
+  choose(record->mqDecompressImage, vector, mqDecompressImagePlain, mqDecompressImageSSE2);
   choose(record->mqInverseCube, vector, mqInverseCubePlain, mqInverseCubeSSE2);
   choose(record->mqDecompressFrames, vector, mqDecompressFramesPlain, mqDecompressFramesSSE2);
-  // The inverse block transform and the decompressor have one variant (the plain one serves
-  // both choices).
   return 0;
 }
 
@@ -138,6 +138,22 @@ uint32_t mqDrawImage(const BITMAPINFO* dstInfo, uint8_t* dstPixels, const ImageI
                      const ImageInfo* alpha, const RECT* rect, uint32_t t, uint32_t z) {
   return liveRecord.mqDrawImage(dstInfo, dstPixels, zBuffer, x, y, srcInfo, srcPixels, alpha,
                                 rect, t, z);
+}
+
+uint32_t mqDecode(MQDecoder* decoder, void* state, void* dst, uint32_t count) {
+  return liveRecord.mqDecode(decoder, state, dst, count);
+}
+
+void mqInverseBlock(int32_t* dst, int32_t* src, const uint32_t* q, int32_t blockSize, int32_t sx,
+                    int32_t sy, double* work) {
+  liveRecord.mqInverseBlock(dst, src, q, blockSize, sx, sy, work);
+}
+
+uint32_t mqDecompressImage(const ImageHeader* header, uint8_t* dst, int32_t bits, int32_t pitch,
+                           const void* data, int32_t scale, bool grey, uint32_t tableLimit,
+                           void* tableMemory, size_t dataSize) {
+  return liveRecord.mqDecompressImage(header, dst, bits, pitch, data, scale, grey, tableLimit,
+                                      tableMemory, dataSize);
 }
 
 void mqInverseCube(int32_t* dst, const int32_t* src, const uint32_t* q, const uint32_t* qt,

@@ -8,6 +8,7 @@
 #include <numbers>
 #include <vector>
 
+#include "graphics/core/inverse_block.h"
 #include "graphics/core/molaq.h"
 #include "graphics/core/phrase_coder.h"
 
@@ -81,60 +82,6 @@ void mqInverseLine(double* dst, int32_t dstStride, const double* src, int32_t sr
   }
 }
 
-namespace {
-
-// Rounds to the nearest integer (ties to even) by the double's own rounding: adding 1.5 * 2^52
-// leaves the integer in the low bits of the mantissa. Exact for magnitudes below 2^51.
-int64_t roundToInt64(double value) {
-  if (!(std::abs(value) < 0x1p50)) return value < 0 ? INT32_MIN : INT32_MAX;
-  double shifted = value + 0x1.8p52;
-  int64_t bits;
-  std::memcpy(&bits, &shifted, sizeof bits);
-  return (bits & ((int64_t{1} << 52) - 1)) - (int64_t{1} << 51);
-}
-
-}  // namespace
-
-void mqInverseBlock(int32_t* dst, int32_t* src, const uint32_t* q, int32_t blockSize, int32_t sx,
-                    int32_t sy, double* /*work*/) {
-  if (blockSize < 3 || blockSize > 5 || sx < 0 || sy < 0 || sx > 3 || sy > 3 ||
-      blockSize + sx > 8 || blockSize + sy > 8) {
-    std::abort();
-  }
-  const int32_t n = 1 << blockSize, w = n << sx, h = n << sy;
-  thread_local std::vector<double> rows(32 * 256), column(256);
-  double power[29];
-  for (int i = 0; i < 29; ++i) power[i] = static_cast<double>(int64_t{1} << i);
-  // Rows first, each only up to its last non-zero coefficient; rows of zeros stay out of the
-  // column sums.
-  int32_t live[32];
-  int32_t liveCount = 0;
-  double coefficients[32];
-  for (int32_t v = 0; v < n; ++v) {
-    int32_t count = 0;
-    for (int32_t u = 0; u < n; ++u) {
-      int32_t c = src[v * w + u];
-      coefficients[u] = q ? c * power[q[v] + q[u]] : c;
-      if (c != 0) count = u + 1;
-    }
-    if (count == 0) continue;
-    mqInverseLine(rows.data() + v * w, 1, coefficients, 1, count, blockSize + sx);
-    live[liveCount++] = v;
-  }
-  const double* m = basis().line[blockSize + sy].data();
-  const int shift = q ? 14 : 0;
-  for (int32_t j = 0; j < h; ++j) {
-    std::fill(column.begin(), column.begin() + w, 0.0);
-    for (int32_t l = 0; l < liveCount; ++l) {
-      int32_t v = live[l];
-      double weight = m[j * 32 + v];
-      const double* row = rows.data() + v * w;
-      for (int32_t i = 0; i < w; ++i) column[i] += row[i] * weight;
-    }
-    for (int32_t i = 0; i < w; ++i) dst[j * w + i] = static_cast<int32_t>(roundToInt64(column[i]) >> shift);
-  }
-}
-
 void mqForwardBlock(int32_t* dst, const float* src, int32_t pitch, const uint32_t* q,
                     int32_t blockSize) {
   const int32_t n = 1 << blockSize;
@@ -192,6 +139,12 @@ void mqRGBToYCC(float* first, float* second, float* third, uint32_t count) {
 
 namespace {
 
+// The decoder rounds down twice: the inverse transform's shift by 14 loses half a unit of Y, Cb
+// and Cr on average, the colour conversion's shift by 8 half a unit of each channel. One unit
+// more of Y and half a unit more of Cb and Cr bring the mean error of every channel back to 0.
+constexpr float kLumaLift = 1.0f;
+constexpr float kChromaLift = 0.5f;
+
 // Where each chroma block of a macroblock stands: its extra doublings and count per plane.
 struct ChromaLayout {
   int32_t blocks;
@@ -207,18 +160,16 @@ bool chromaLayout(uint32_t format, ChromaLayout* layout) {
   }
 }
 
-// Offsets of blocks inside a plane held column by column: the left column's two blocks, then the
-// right column's. `side` is a block's output side.
-int32_t heldOffset(int32_t block, int32_t side) {
-  static const int32_t order[4] = {0, 2, 1, 3};
-  return order[block] * side * side;
-}
+// The kernels a decompressor variant runs: its own, not those of the interface record.
+struct DecompressKernels {
+  InverseBlockKernel inverse;
+  YCCToRGBFn toRGB;
+  YCCToIndexedFn toIndexed;
+};
 
-}  // namespace
-
-uint32_t mqDecompressImage(const ImageHeader* header, uint8_t* dst, int32_t bits, int32_t pitch,
-                           const void* data, int32_t scale, bool grey, uint32_t tableLimit,
-                           void* tableMemory, size_t dataSize) {
+uint32_t decompressImage(const DecompressKernels& kernels, const ImageHeader* header, uint8_t* dst,
+                         int32_t bits, int32_t pitch, const void* data, int32_t scale, bool grey,
+                         uint32_t tableLimit, void* tableMemory, size_t dataSize) {
   ChromaLayout chroma;
   if (header->version != kImageVersion || header->coder != kImageCoder || scale < 0 ||
       scale > 3 || (bits != 8 && bits != 24) || header->blockSize < 3 || header->blockSize > 5 ||
@@ -232,90 +183,104 @@ uint32_t mqDecompressImage(const ImageHeader* header, uint8_t* dst, int32_t bits
   const int32_t n = 1 << b, side = n << scale, macro = 2 * side;
   const int64_t outW = int64_t{header->width} << scale, outH = int64_t{header->height} << scale;
   const int32_t sxChroma = scale + chroma.doubleX, syChroma = scale + chroma.doubleY;
-  const int32_t chromaW = n << sxChroma;
+  const int32_t chromaW = n << sxChroma, chromaH = n << syChroma;
   uint32_t q[32];
   mqMakeQuantTable(q, b, header->curveA, header->curveB, header->curveC);
   const uint16_t* scan = mqScanOrder(n);
-  std::vector<int32_t> scatterLuma(n * n), scatterChroma(n * n);
-  for (int32_t p = 0; p < n * n; ++p) {
-    int32_t v = scan[p] / n, u = scan[p] % n;
-    scatterLuma[p] = v * side + u;
-    scatterChroma[p] = v * chromaW + u;
-  }
 
   MQDecoderState state;
   MQDecoder* decoder = mqOpenDecoder(&state, sizeof(state), data, kMQUnit32 | kMQSigned,
                                      tableLimit, tableMemory, dataSize);
   if (decoder == nullptr) return kDecompressUnsupported;
 
+  // Once per picture: the three planes of a macroblock as rasters of `macro` square, the
+  // coefficients of one block (kept zero between blocks) and the converted pixels of the 8-bit
+  // output.
   const size_t planeSize = static_cast<size_t>(macro) * macro;
-  std::vector<int32_t> planes(planeSize * 4), symbols(n * n);
+  std::vector<int32_t> planes(planeSize * 3), coefficients(n * n, 0);
   int32_t* luma = planes.data();
   int32_t* cbPlane = luma + planeSize;
   int32_t* crPlane = cbPlane + planeSize;
-  int32_t* raster = crPlane + planeSize;
-  std::vector<uint8_t> converted(planeSize * 3);
-  const bool rasterHeld = header->chromaFormat == kChroma420;
-  const int32_t chromaBlockSize = chromaW * (n << syChroma);
-  const int32_t bytesPerPixel = bits / 8;
+  std::vector<uint8_t> converted(bits == 8 && !grey ? planeSize : 0);
 
-  auto decodeBlock = [&](int32_t* out, const std::vector<int32_t>& scatter, int32_t rowLength,
-                         int32_t sx, int32_t sy, bool transform) {
-    mqDecode(decoder, &state, symbols.data(), static_cast<uint32_t>(n * n));
-    for (int32_t p = 0; p < n * n; ++p) out[scatter[p]] = symbols[p];
-    if (transform) mqInverseBlock(out, out, q, b, sx, sy, nullptr);
+  // Block number `index` of a plane whose blocks are `width` by `height`: decoded, transformed
+  // into its place of the raster, and its coefficients cleared again.
+  auto decodeBlock = [&](int32_t* plane, int32_t index, int32_t width, int32_t height, int32_t sx,
+                         int32_t sy, bool transform) {
+    uint32_t end = mqDecodeScattered(decoder, &state, coefficients.data(), scan, static_cast<uint32_t>(n * n));
+    BlockExtent extent = mqScanExtent(n, end);
+    if (transform) {
+      kernels.inverse(plane + (index / 2) * height * macro + (index % 2) * width, macro,
+                      coefficients.data(), q, b, sx, sy, extent);
+    }
+    for (int32_t v = 0; v < extent.rows; ++v) {
+      std::memset(&coefficients[v * n], 0, extent.columns * sizeof(int32_t));
+    }
   };
 
   for (int64_t top = 0; top < outH; top += macro) {
+    const int32_t rows = static_cast<int32_t>(std::min<int64_t>(macro, outH - top));
     for (int64_t left = 0; left < outW; left += macro) {
-      for (int32_t block = 0; block < 4; ++block) {
-        decodeBlock(luma + heldOffset(block, side), scatterLuma, side, scale, scale, true);
-      }
+      for (int32_t block = 0; block < 4; ++block) decodeBlock(luma, block, side, side, scale, scale, true);
       for (int32_t* plane : {cbPlane, crPlane}) {
         for (int32_t block = 0; block < chroma.blocks; ++block) {
-          int32_t offset = chroma.blocks == 4 ? heldOffset(block, side) : block * chromaBlockSize;
-          decodeBlock(plane + offset, scatterChroma, chromaW, sxChroma, syChroma, !grey);
+          decodeBlock(plane, block, chromaW, chromaH, sxChroma, syChroma, !grey);
         }
       }
-      // The macroblock's samples as columns of `columnWidth`, one after the other.
-      const int32_t* yPlane = luma;
-      int32_t columnWidth = side;
-      if (rasterHeld) {
-        for (int32_t r = 0; r < macro; ++r) {
-          for (int32_t column = 0; column < 2; ++column) {
-            std::memcpy(raster + r * macro + column * side,
-                        luma + column * 2 * side * side + r * side, side * sizeof(int32_t));
+      const int32_t columns = static_cast<int32_t>(std::min<int64_t>(macro, outW - left));
+      uint8_t* out = dst + top * pitch + left * (bits / 8);
+      if (grey) {
+        for (int32_t r = 0; r < rows; ++r) {
+          uint8_t* line = out + static_cast<ptrdiff_t>(r) * pitch;
+          for (int32_t i = 0; i < columns; ++i) {
+            std::memset(line + i * (bits / 8), std::clamp(luma[r * macro + i], 0, 255), bits / 8);
           }
         }
-        yPlane = raster;
-        columnWidth = macro;
-      }
-      if (grey) {
-        for (size_t i = 0; i < planeSize; ++i) {
-          uint8_t v = static_cast<uint8_t>(std::clamp(yPlane[i], 0, 255));
-          std::memset(&converted[i * bytesPerPixel], v, bytesPerPixel);
-        }
-      } else if (bits == 8) {
-        mqYCCToIndexed(converted.data(), yPlane, cbPlane, crPlane, static_cast<uint32_t>(planeSize));
-      } else {
-        mqYCCToRGB(converted.data(), yPlane, cbPlane, crPlane, static_cast<uint32_t>(planeSize));
-      }
-      int32_t rows = static_cast<int32_t>(std::min<int64_t>(macro, outH - top));
-      for (int32_t column = 0; column * columnWidth < macro; ++column) {
-        int64_t x = left + column * columnWidth;
-        if (x >= outW) break;
-        int32_t copyWidth = static_cast<int32_t>(std::min<int64_t>(columnWidth, outW - x));
-        const uint8_t* from = converted.data() + static_cast<size_t>(column) * columnWidth * macro * bytesPerPixel;
+      } else if (bits == 24) {
         for (int32_t r = 0; r < rows; ++r) {
-          std::memcpy(dst + (top + r) * pitch + x * bytesPerPixel,
-                      from + static_cast<size_t>(r) * columnWidth * bytesPerPixel,
-                      static_cast<size_t>(copyWidth) * bytesPerPixel);
+          kernels.toRGB(out + static_cast<ptrdiff_t>(r) * pitch, luma + r * macro, cbPlane + r * macro,
+                        crPlane + r * macro, static_cast<uint32_t>(columns));
+        }
+      } else {
+        // The dither runs on through the whole macroblock, a column of blocks after the other
+        // (all of it at once in the half-chroma format), so that its pattern does not depend on
+        // the picture's edges.
+        const int32_t columnWidth = header->chromaFormat == kChroma420 ? macro : side;
+        for (int32_t x = 0; x < macro; x += columnWidth) {
+          uint8_t* to = converted.data() + static_cast<size_t>(x) * macro;
+          for (int32_t r = 0; r < macro; ++r) {
+            size_t at = static_cast<size_t>(r) * macro + x;
+            kernels.toIndexed(to + r * columnWidth, luma + at, cbPlane + at, crPlane + at,
+                              static_cast<uint32_t>(columnWidth));
+          }
+          for (int32_t r = 0; r < rows && x < columns; ++r) {
+            std::memcpy(out + static_cast<ptrdiff_t>(r) * pitch + x, to + r * columnWidth,
+                        static_cast<size_t>(std::min(columnWidth, columns - x)));
+          }
         }
       }
     }
   }
   mqCloseDecoder(decoder);
   return kDecompressDone;
+}
+
+}  // namespace
+
+uint32_t mqDecompressImagePlain(const ImageHeader* header, uint8_t* dst, int32_t bits,
+                                int32_t pitch, const void* data, int32_t scale, bool grey,
+                                uint32_t tableLimit, void* tableMemory, size_t dataSize) {
+  static constexpr DecompressKernels kPlain{mqInverseBlockKernelPlain, mqYCCToRGBPlain, mqYCCToIndexedPlain};
+  return decompressImage(kPlain, header, dst, bits, pitch, data, scale, grey, tableLimit,
+                         tableMemory, dataSize);
+}
+
+uint32_t mqDecompressImageSSE2(const ImageHeader* header, uint8_t* dst, int32_t bits,
+                               int32_t pitch, const void* data, int32_t scale, bool grey,
+                               uint32_t tableLimit, void* tableMemory, size_t dataSize) {
+  static constexpr DecompressKernels kVector{mqInverseBlockKernelSSE2, mqYCCToRGBSSE2, mqYCCToIndexedSSE2};
+  return decompressImage(kVector, header, dst, bits, pitch, data, scale, grey, tableLimit,
+                         tableMemory, dataSize);
 }
 
 uint8_t* mqCompressImage(const ImageHeader* header, const uint8_t* pixels, int32_t pitch,
@@ -354,6 +319,11 @@ uint8_t* mqCompressImage(const ImageHeader* header, const uint8_t* pixels, int32
       mqLoadMacroblock(planeY, planeCb, planeCr, pixels, pitch, width, height, mx * macro,
                        my * macro, macro);
       mqRGBToYCC(planeY, planeCb, planeCr, static_cast<uint32_t>(macro * macro));
+      for (int32_t i = 0; i < macro * macro; ++i) {
+        planeY[i] += kLumaLift;
+        planeCb[i] += kChromaLift;
+        planeCr[i] += kChromaLift;
+      }
       for (int32_t i = 0; i < 4; ++i) emit(planeY + (i / 2) * n * macro + (i % 2) * n, macro);
       for (const float* plane : {static_cast<const float*>(planeCb), static_cast<const float*>(planeCr)}) {
         // Halve the plane as the format asks; the result has rows of `macro >> doubleX`.

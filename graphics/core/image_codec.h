@@ -42,9 +42,16 @@ void mqMakeQuantTable(uint32_t* q, int32_t blockSize, int32_t a, int32_t b, int3
 
 // Inverse transform of the (1 << blockSize)-square block at the top left of `src` (row length
 // W = N << sx) onto W by (N << sy) samples; with `q`, coefficients are scaled up by 2^(q[v] +
-// q[u]) and results down by 2^14. `dst` may be `src`. `work` is unused: the kernel keeps its own.
+// q[u]) and results down by 2^14. `dst` may be `src`. `work` is unused: the kernels keep their
+// own. Calls the variant of the live interface record.
 void mqInverseBlock(int32_t* dst, int32_t* src, const uint32_t* q, int32_t blockSize, int32_t sx,
                     int32_t sy, double* work);
+// The plain variant: the formula's sums in double precision, rounded to nearest.
+void mqInverseBlockPlain(int32_t* dst, int32_t* src, const uint32_t* q, int32_t blockSize,
+                         int32_t sx, int32_t sy, double* work);
+// The vector variant: single precision, within 1 of the plain variant's results.
+void mqInverseBlockSSE2(int32_t* dst, int32_t* src, const uint32_t* q, int32_t blockSize,
+                        int32_t sx, int32_t sy, double* work);
 // One line of the inverse transform: `count` coefficients from `src` (stride `srcStride`) onto
 // `1 << logSize` samples written at `dstStride`; logSize 3 to 8.
 void mqInverseLine(double* dst, int32_t dstStride, const double* src, int32_t srcStride,
@@ -63,9 +70,17 @@ void mqRGBToYCC(float* first, float* second, float* third, uint32_t count);
 
 // Decodes a 24-bit picture into `dst` (`bits` 8 or 24, rows `pitch` apart in memory order),
 // blown up by 2^scale; grey writes the luminance only. `dataSize` bounds the coded stream.
+// Calls the variant of the live interface record.
 uint32_t mqDecompressImage(const ImageHeader* header, uint8_t* dst, int32_t bits, int32_t pitch,
                            const void* data, int32_t scale, bool grey, uint32_t tableLimit,
                            void* tableMemory, size_t dataSize);
+// The variants, each with the block transform and colour conversions of its own kind.
+uint32_t mqDecompressImagePlain(const ImageHeader* header, uint8_t* dst, int32_t bits,
+                                int32_t pitch, const void* data, int32_t scale, bool grey,
+                                uint32_t tableLimit, void* tableMemory, size_t dataSize);
+uint32_t mqDecompressImageSSE2(const ImageHeader* header, uint8_t* dst, int32_t bits,
+                               int32_t pitch, const void* data, int32_t scale, bool grey,
+                               uint32_t tableLimit, void* tableMemory, size_t dataSize);
 // Codes a 24-bit bitmap by the header's format, block size and curve. Coefficients other than
 // the first with magnitude at most `threshold` become 0. Gives a buffer for mqFreeImage.
 uint8_t* mqCompressImage(const ImageHeader* header, const uint8_t* pixels, int32_t pitch,

@@ -28,16 +28,19 @@ struct MQPhraseTable {
   std::vector<uint32_t> parse;  // phrase index of each step through the symbols
 };
 
-// Cuts `count` symbols of width `mode` into phrases: runs of one value become phrases repeated
-// a power of two of times; a short run followed by another value becomes one phrase of both.
-// `shortRun` bounds the runs that join a following value (0: never).
+// Cuts `count` symbols of width `mode` into phrases in two ways and keeps the one whose
+// optimised stream is smaller. Either way a run up to `shortRun` long (0: none) joins the value
+// behind it into one phrase, and longer runs become one phrase each. In the first way only runs
+// of the most frequent value join, and other values stand alone up to three copies; in the
+// second, runs of any value join.
 MQPhraseTable* mqAnalyzePhrases(const void* symbols, uint32_t count, uint32_t mode,
                                 uint32_t shortRun);
-// Splits composite phrases that cost more in the dictionary than they save in the code, and
-// gives the estimated size of the coded stream in bits.
+// Splits the joined phrases that cost more in the dictionary than they save in the code, and
+// the runs whose length is too rare to pay its entry into powers of two; gives the estimated
+// size of the coded stream in bits.
 uint64_t mqOptimizePhrases(MQPhraseTable* table);
-// Splits the rarest composite phrases until at most `limit` phrases remain (or only single
-// values are left).
+// Splits the rarest joined phrases, then the rarest runs of lengths other than powers of two,
+// until at most `limit` phrases remain or nothing of that kind is left.
 void mqLimitPhrases(MQPhraseTable* table, uint32_t limit);
 void mqFreePhraseTable(MQPhraseTable* table);
 
@@ -84,11 +87,20 @@ struct MQDecoder;
 // dictionary cannot be a real one (no phrases, bad width, zero repeat, more phrases than bits).
 MQDecoder* mqOpenDecoder(void* state, uint32_t size, const void* data, uint32_t mode,
                          uint32_t tableLimit, void* tableMemory, size_t dataSize);
-// Writes `count` symbols to `dst`; returns `count`. The quotients go through the floating-point
-// unit with an exact correction.
+// Writes `count` symbols to `dst`; returns `count`. Calls the variant that the live interface
+// record holds.
 uint32_t mqDecode(MQDecoder* decoder, void* state, void* dst, uint32_t count);
+// The variant in service: the quotients are floating-point estimates with an exact integer
+// correction (one division per phrase, multiplications by the reciprocal of the total).
+uint32_t mqDecodeFloat(MQDecoder* decoder, void* state, void* dst, uint32_t count);
 // The same symbols with integer division only.
 uint32_t mqDecodeInteger(MQDecoder* decoder, void* state, void* dst, uint32_t count);
+// The symbols of mqDecodeFloat for a decoder of signed 32-bit units, the i-th written to
+// dst[order[i]]. Runs of zeros are skipped, so `dst` must hold zeros at those places. Gives a
+// bound behind which all symbols are zero: one past the last non-zero one, or past the end of
+// a phrase of several values that holds it.
+uint32_t mqDecodeScattered(MQDecoder* decoder, void* state, int32_t* dst, const uint16_t* order,
+                           uint32_t count);
 void mqCloseDecoder(MQDecoder* decoder);
 
 // Opens a decoder of unit bytes (mode 3, 32-byte state) for the stack and closes it at the end.

@@ -17,6 +17,11 @@ class DispatchTest : public ::testing::Test {
     EXPECT_EQ(r.mqConvertTo8Bit == mqConvertTo8BitSSE2, vector);
     EXPECT_EQ(r.mqDrawImage == mqDrawImageSSE2, vector);
     EXPECT_EQ(r.mqDrawImage == mqDrawImagePlain, !vector);
+    EXPECT_EQ(r.mqInverseBlock == mqInverseBlockSSE2, vector);
+    EXPECT_EQ(r.mqInverseBlock == mqInverseBlockPlain, !vector);
+    EXPECT_EQ(r.mqDecompressImage == mqDecompressImageSSE2, vector);
+    EXPECT_EQ(r.mqDecompressImage == mqDecompressImagePlain, !vector);
+    EXPECT_EQ(r.plainInverseBlock, &mqInverseBlockPlain) << "the unused slot keeps the plain transform";
     EXPECT_EQ(r.mqInverseCube == mqInverseCubeSSE2, vector);
     EXPECT_EQ(r.mqDecompressFrames == mqDecompressFramesSSE2, vector);
     EXPECT_EQ(r.mqDecompressFrames == mqDecompressFramesPlain, !vector);
@@ -50,11 +55,9 @@ TEST_F(DispatchTest, RecordHasFiveCountedGroupsAndAFinalZero) {
 
 TEST_F(DispatchTest, TheCodecIsInTheRecordAndTheFloatingPointDecoderServes) {
   const MOLAQInterface& r = live();
-  EXPECT_EQ(r.mqDecode, &mqDecode);
+  EXPECT_EQ(r.mqDecode, &mqDecodeFloat);
   EXPECT_EQ(r.mqOpenDecoder, &mqOpenDecoder);
   EXPECT_EQ(r.mqEncodeStream, &mqEncodeStream);
-  EXPECT_EQ(r.mqInverseBlock, &mqInverseBlock);
-  EXPECT_EQ(r.mqDecompressImage, &mqDecompressImage);
   EXPECT_EQ(r.mqCompressImage, &mqCompressImage);
 }
 
@@ -124,6 +127,38 @@ TEST_F(DispatchTest, ForwardersCallTheSelectedVariant) {
   MOLAQ_SetDefInterface(kMOLAQNoVector);
   mqYCCToIndexed(out, y, cb, cr, 16);
   EXPECT_EQ(mqLoadDitherSeed() >> 32, kDitherSeedStart >> 32);
+}
+
+// Stand-ins for the slots of the live record, counting the calls that reach them.
+int slotCalls = 0;
+uint32_t countingDecode(MQDecoder*, void*, void*, uint32_t count) {
+  ++slotCalls;
+  return count + 1;
+}
+void countingInverseBlock(int32_t* dst, int32_t*, const uint32_t*, int32_t blockSize, int32_t, int32_t, double*) {
+  ++slotCalls;
+  dst[0] = blockSize;
+}
+uint32_t countingDecompress(const ImageHeader*, uint8_t*, int32_t bits, int32_t, const void*, int32_t,
+                            bool, uint32_t, void*, size_t) {
+  ++slotCalls;
+  return uint32_t(bits);
+}
+
+TEST_F(DispatchTest, TheCodecForwardersCallThroughTheLiveRecord) {
+  MOLAQInterface* record = mqGetInterface();
+  record->mqDecode = countingDecode;
+  record->mqInverseBlock = countingInverseBlock;
+  record->mqDecompressImage = countingDecompress;
+  slotCalls = 0;
+  MQDecoderState state{};
+  EXPECT_EQ(mqDecode(nullptr, &state, nullptr, 41), 42u);
+  int32_t block[64] = {};
+  mqInverseBlock(block, block, nullptr, 5, 0, 0, nullptr);
+  EXPECT_EQ(block[0], 5);
+  ImageHeader header{};
+  EXPECT_EQ(mqDecompressImage(&header, nullptr, 24, 0, nullptr, 0, false, 0, nullptr, 0), 24u);
+  EXPECT_EQ(slotCalls, 3);
 }
 
 }  // namespace

@@ -2,10 +2,12 @@
 // planes, scales, conversion modes and the fallback to BMP.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstring>
 #include <vector>
 
 #include "files/vrf_file.h"
+#include "graphics/core/molaq.h"
 #include "graphics/molaq_image.h"
 #include "host/exports/drawing_core.h"
 #include "host/exports/file.h"
@@ -72,6 +74,53 @@ TEST(MOLAQImageTest, TrueColourPictureWithAlphaReadsBackAtEveryScale) {
   EXPECT_EQ(image->Header().biHeight, 21 * 4);
   EXPECT_EQ(image->AlphaInfo(), nullptr) << "a blown-up picture has no alpha plane";
   graphic_DeleteBitmap(image);
+}
+
+TEST(MOLAQImageTest, QualitiesTradeSizeForFidelityAndStayInRange) {
+  MOLAQEncodeOptions standard;
+  MOLAQEncodeOptions q75 = mqEncodeOptionsForQuality(75);
+  EXPECT_EQ(q75.blockSize, standard.blockSize);
+  EXPECT_EQ(q75.chromaFormat, standard.chromaFormat);
+  EXPECT_EQ(q75.threshold, standard.threshold);
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(q75.curve[i], standard.curve[i]) << "the default is quality 75";
+  for (int32_t quality = -5; quality <= 105; ++quality) {
+    MOLAQEncodeOptions o = mqEncodeOptionsForQuality(quality);
+    ASSERT_GE(o.blockSize, 3u);
+    ASSERT_LE(o.blockSize, 5u);
+    ASSERT_TRUE(o.chromaFormat == kChroma420 || o.chromaFormat == kChroma422 || o.chromaFormat == kChroma444);
+    ASSERT_LE(o.curve[0], o.curve[1]) << quality;
+    ASSERT_LE(o.curve[1], o.curve[2]) << quality;
+  }
+  EXPECT_EQ(mqEncodeOptionsForQuality(-5).curve[2], mqEncodeOptionsForQuality(1).curve[2]);
+  EXPECT_EQ(mqEncodeOptionsForQuality(105).threshold, mqEncodeOptionsForQuality(100).threshold);
+
+  // A textured picture: higher qualities give larger files that come back closer.
+  const int32_t width = 128, height = 96;
+  TestBitmap bitmap(width, height, 24);
+  for (int32_t y = 0; y < height; ++y) {
+    for (int32_t x = 0; x < width; ++x) {
+      uint8_t* p = &bitmap.pixels[y * dibPitch(width, 24) + x * 3];
+      p[0] = uint8_t(128 + 100 * std::sin(x * 0.21) * std::cos(y * 0.13));
+      p[1] = uint8_t(x + y + ((x * 7 + y * 13) % 17));
+      p[2] = uint8_t((x / 16 + y / 16) % 2 ? 200 : 40);
+    }
+  }
+  size_t previousBytes = 0;
+  double previousError = 1e9;
+  for (int32_t quality : {5, 30, 60, 90, 100}) {
+    MOLAQImageFile file;
+    ASSERT_EQ(mqEncodeImageFile(bitmap.info(), bitmap.pixels.data(), nullptr, mqEncodeOptionsForQuality(quality), &file), 0u);
+    std::vector<uint8_t> out(bitmap.pixels.size());
+    ASSERT_EQ(mqDecompressImage(&file.header, out.data(), 24, dibPitch(width, 24), file.image.data(), 0, false,
+                                kMQTableLimit, nullptr, file.image.size()),
+              kDecompressDone);
+    double error = 0;
+    for (size_t i = 0; i < out.size(); ++i) error += std::pow(double(out[i]) - bitmap.pixels[i], 2);
+    EXPECT_GT(file.image.size(), previousBytes) << quality;
+    EXPECT_LT(error, previousError) << quality;
+    previousBytes = file.image.size();
+    previousError = error;
+  }
 }
 
 TEST(MOLAQImageTest, ConversionModesGiveEightBitPictures) {

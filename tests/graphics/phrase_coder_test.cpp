@@ -2,7 +2,10 @@
 // decoders and any table limit; hand-made streams cover the dictionary's edge cases.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <bit>
 #include <cstring>
+#include <memory>
 #include <random>
 #include <vector>
 
@@ -79,6 +82,188 @@ TEST(PhraseCoder, LimitingAndOptimisingKeepTheSymbols) {
   mqFreePhraseTable(table);
   EXPECT_NEAR(double(stream.size() * 8), double(estimate), estimate * 0.5);
   EXPECT_EQ(decodeAll<int32_t>(stream, kMQUnit32, 30000, kMQTableLimit, 999), values);
+}
+
+// Phrase steps a decoder takes for `count` symbols: one whenever no phrase is pending.
+uint64_t decodeSteps(const std::vector<uint8_t>& stream, uint32_t mode, uint32_t count) {
+  MQDecoderState state;
+  MQDecoder* d = mqOpenDecoder(&state, sizeof(state), stream.data(), mode, kMQTableLimit, nullptr, stream.size());
+  EXPECT_NE(d, nullptr);
+  if (d == nullptr) return 0;
+  uint64_t steps = 0;
+  int32_t value;
+  for (uint32_t i = 0; i < count; ++i) {
+    if (state.pending < 0) ++steps;
+    mqDecode(d, &state, &value, 1);
+  }
+  mqCloseDecoder(d);
+  return steps;
+}
+
+// Blocks of 64 coefficients as a transform coder leaves them: a mean, a few values behind short
+// zero runs, then zeros to the end of the block.
+std::vector<int32_t> blockLike(uint32_t blocks, uint32_t seed) {
+  std::mt19937 random(seed);
+  std::vector<int32_t> values;
+  for (uint32_t b = 0; b < blocks; ++b) {
+    values.push_back(int32_t(random() % 256));
+    uint32_t live = 1 + random() % 12;
+    for (uint32_t at = 1; at < 64; ++at) {
+      values.push_back(at <= live && random() % 3 == 0 ? int32_t(random() % 7) - 3 : 0);
+    }
+  }
+  return values;
+}
+
+struct TableDeleter {
+  void operator()(MQPhraseTable* table) const { mqFreePhraseTable(table); }
+};
+using TablePointer = std::unique_ptr<MQPhraseTable, TableDeleter>;
+
+TablePointer analyze(const std::vector<int32_t>& values, uint32_t shortRun = 63) {
+  return TablePointer(mqAnalyzePhrases(values.data(), uint32_t(values.size()), kMQUnit32 | kMQSigned, shortRun));
+}
+
+// The symbols a table stands for, written out along its parse.
+std::vector<int32_t> expand(const MQPhraseTable& table) {
+  std::vector<int32_t> out;
+  for (uint32_t id : table.parse) {
+    const MQPhrase& phrase = table.phrases[id];
+    for (uint32_t r = 0; r < phrase.repeat; ++r) out.insert(out.end(), phrase.values.begin(), phrase.values.end());
+  }
+  return out;
+}
+
+TEST(PhraseChoice, ZeroTailsAndRunsBeforeValuesTakeOneStepEach) {
+  std::vector<int32_t> values = blockLike(3000, 11);
+  TablePointer table = analyze(values);
+  mqOptimizePhrases(table.get());
+  EXPECT_EQ(expand(*table), values);
+  // Each block is its mean, its non-zero values (each with the zeros before it) and its tail.
+  uint64_t tokens = 0;
+  for (size_t b = 0; b < values.size(); b += 64) {
+    tokens += 1;
+    size_t last = b;
+    for (size_t i = b + 1; i < b + 64; ++i) {
+      if (values[i] != 0) ++tokens, last = i;
+    }
+    if (last < b + 63) ++tokens;
+  }
+  // One step per token, but for rare zero runs and tails, which cost less split in two or cut
+  // into powers of two than as entries of their own.
+  EXPECT_LE(table->parse.size(), tokens * 11 / 10);
+  EXPECT_GE(table->parse.size(), tokens) << "values are not merged into longer phrases";
+  for (const MQPhrase& phrase : table->phrases) {
+    EXPECT_LE(phrase.values.size() - std::count(phrase.values.begin(), phrase.values.end(), 0), 1u)
+        << "a phrase holds at most one value other than zero";
+  }
+  std::vector<uint8_t> stream = mqEncodeStream(table.get());
+  EXPECT_EQ(decodeAll<int32_t>(stream, kMQUnit32, uint32_t(values.size()), kMQTableLimit, 64), values);
+  EXPECT_EQ(decodeSteps(stream, kMQUnit32, uint32_t(values.size())), table->parse.size());
+}
+
+TEST(PhraseChoice, LongRunsTakeOneStepWhenTheirLengthIsCommonAndFewOtherwise) {
+  std::vector<int32_t> values;
+  for (int i = 0; i < 400; ++i) {
+    values.insert(values.end(), 45, 0);
+    values.push_back(7 + i % 3);
+  }
+  values.insert(values.end(), 1000003, 0);  // once: cheaper as powers of two than as an entry
+  values.push_back(5);
+  TablePointer table = analyze(values, 15);
+  mqOptimizePhrases(table.get());
+  EXPECT_EQ(expand(*table), values);
+  bool common = false;
+  for (const MQPhrase& phrase : table->phrases) {
+    if (phrase.values == std::vector<int32_t>{0} && phrase.repeat == 45) common = true;
+    EXPECT_NE(phrase.repeat, 1000003u) << "a length seen once has no entry of its own";
+  }
+  EXPECT_TRUE(common);
+  // 400 runs and values, the long run in its binary digits and the value behind it.
+  EXPECT_LE(table->parse.size(), 800u + std::popcount(1000003u) + 1);
+}
+
+TEST(PhraseChoice, ValuesThatGoInPairsBecomeOnePhrase) {
+  // Bytes as a picture stored lossless may hold them: eight pairs in random order, no value
+  // much more frequent than the others.
+  const uint8_t pairs[8][2] = {{3, 200}, {7, 100}, {9, 90}, {200, 3}, {11, 12}, {13, 14}, {50, 60}, {70, 80}};
+  std::mt19937 random(14);
+  std::vector<uint8_t> bytes;
+  for (int i = 0; i < 20000; ++i) {
+    const uint8_t* pair = pairs[random() % 8];
+    bytes.insert(bytes.end(), pair, pair + 2);
+  }
+  TablePointer table(mqAnalyzePhrases(bytes.data(), uint32_t(bytes.size()), kMQUnit8, 15));
+  mqOptimizePhrases(table.get());
+  EXPECT_EQ(table->parse.size(), bytes.size() / 2);
+  std::vector<uint8_t> stream = mqEncodeStream(table.get());
+  EXPECT_LT(stream.size(), 8000u) << "20000 pairs of three bits each are 7500 bytes";
+  EXPECT_EQ(decodeAll<uint8_t>(stream, kMQUnit8, uint32_t(bytes.size()), kMQTableLimit, 999), bytes);
+}
+
+TEST(PhraseChoice, LimitsAreHonouredAndTheSymbolsKept) {
+  std::vector<int32_t> values = blockLike(2000, 12);
+  for (uint32_t limit : {300u, 60u, 20u}) {
+    TablePointer table = analyze(values);
+    mqOptimizePhrases(table.get());
+    mqLimitPhrases(table.get(), limit);
+    // 256 means and 7 values: below that, only single values and powers of two remain.
+    if (limit >= 300) {
+      EXPECT_LE(table->phrases.size(), limit);
+    } else {
+      for (const MQPhrase& phrase : table->phrases) {
+        EXPECT_EQ(phrase.values.size(), 1u);
+        EXPECT_TRUE(std::has_single_bit(phrase.repeat)) << phrase.repeat;
+      }
+    }
+    EXPECT_EQ(expand(*table), values) << limit;
+    std::vector<uint8_t> stream = mqEncodeStream(table.get());
+    EXPECT_EQ(decodeAll<int32_t>(stream, kMQUnit32, uint32_t(values.size()), kMQTableLimit, 1000), values);
+  }
+}
+
+TEST(PhraseChoice, FrequenciesAreScaledBelowTheCoderBoundAndKeepEveryPhrase) {
+  // Over a million steps: more than the total the coder allows.
+  std::mt19937 random(13);
+  std::vector<uint8_t> bytes(3600000);
+  for (uint8_t& b : bytes) b = random() % 1000 == 0 ? uint8_t(random()) : uint8_t(random() % 2 + 1);
+  TablePointer table(mqAnalyzePhrases(bytes.data(), uint32_t(bytes.size()), kMQUnit8, 15));
+  mqOptimizePhrases(table.get());
+  size_t steps = table->parse.size();
+  ASSERT_GT(steps, 1u << 20);
+  std::vector<uint8_t> stream = mqEncodeStream(table.get());
+  uint64_t total = 0;
+  for (const MQPhrase& phrase : table->phrases) {
+    EXPECT_GE(phrase.frequency, 1u);
+    total += phrase.frequency;
+  }
+  EXPECT_LE(total, (1u << 20) + table->phrases.size());
+  EXPECT_EQ(decodeAll<uint8_t>(stream, kMQUnit8, uint32_t(bytes.size()), kMQTableLimit, 100000), bytes);
+}
+
+TEST(PhraseChoice, AdversarialInputsRoundTrip) {
+  auto roundTrip = [](const std::vector<int32_t>& values, uint32_t limit) {
+    std::vector<uint8_t> stream = mqEncodeSymbols(values.data(), uint32_t(values.size()), kMQUnit32 | kMQSigned, 63, limit);
+    EXPECT_EQ(decodeAll<int32_t>(stream, kMQUnit32, uint32_t(values.size()), kMQTableLimit, 777), values);
+    return stream;
+  };
+  // All equal: one run, a handful of bytes whatever the length.
+  std::vector<int32_t> equal(1 << 20, -9);
+  std::vector<uint8_t> stream = roundTrip(equal, 4096);
+  EXPECT_LT(stream.size(), 40u);
+  EXPECT_EQ(decodeSteps(stream, kMQUnit32, 1 << 20), 1u);
+  // All distinct: every value needs its own phrase, limit or not.
+  std::vector<int32_t> distinct(5000);
+  for (size_t i = 0; i < distinct.size(); ++i) distinct[i] = int32_t(i * 2654435761u);
+  roundTrip(distinct, 100);
+  // Alternating: the background and the other value make one joined phrase.
+  std::vector<int32_t> alternating(100000);
+  for (size_t i = 0; i < alternating.size(); ++i) alternating[i] = i % 2 ? 3 : 0;
+  stream = roundTrip(alternating, 4096);
+  EXPECT_EQ(decodeSteps(stream, kMQUnit32, 100000), 50000u);
+  // Extreme values and a single symbol.
+  roundTrip({INT32_MIN, INT32_MAX, 0, 0, INT32_MIN}, 4096);
+  roundTrip({42}, 1);
 }
 
 // A stream written field by field: header words, then the bit stream of the given phrases.
@@ -162,6 +347,61 @@ TEST(PhraseCoder, CarriesWalkBackOverFullBytes) {
   EXPECT_EQ(out[1], 0x00);
   EXPECT_EQ(out[2], 0x00);
   EXPECT_EQ(encoder.bits & 0xF, 0u) << "the pending four bits took the carry first";
+}
+
+TEST(PhraseCoder, ScatteredDecodingPutsTheSameSymbolsInScanOrderAndBoundsTheZeros) {
+  std::vector<int32_t> values = coefficientLike(64 * 300, 4);
+  // Runs of zeros and of one value across block boundaries, and whole empty blocks.
+  std::fill(values.begin() + 64 * 10 + 5, values.begin() + 64 * 13 + 9, 0);
+  std::fill(values.begin() + 64 * 20 + 60, values.begin() + 64 * 21 + 4, -3);
+  std::vector<uint8_t> stream = mqEncodeSymbols(values.data(), uint32_t(values.size()), kMQUnit32 | kMQSigned, 15, 4096);
+  const uint16_t* scan = mqScanOrder(8);
+  for (uint32_t limit : {kMQNoTableLimit, kMQTableLimit, 16u, 1u, 0u}) {
+    MQDecoderState state;
+    MQDecoder* d = mqOpenDecoder(&state, sizeof(state), stream.data(), kMQUnit32 | kMQSigned, limit, nullptr, stream.size());
+    ASSERT_NE(d, nullptr);
+    for (uint32_t block = 0; block < 300; ++block) {
+      const int32_t* expected = &values[block * 64];
+      int32_t natural[64] = {};
+      if (block % 7 == 3) {
+        // The linear decoder takes the same state up where the scattered one left it.
+        int32_t linear[64];
+        ASSERT_EQ(mqDecodeFloat(d, &state, linear, 64), 64u);
+        ASSERT_TRUE(std::equal(linear, linear + 64, expected)) << block;
+        continue;
+      }
+      uint32_t end = mqDecodeScattered(d, &state, natural, scan, 64);
+      ASSERT_LE(end, 64u);
+      for (uint32_t i = 0; i < 64; ++i) {
+        ASSERT_EQ(natural[scan[i]], expected[i]) << "limit " << limit << " block " << block << " at " << i;
+        if (i >= end) {
+          ASSERT_EQ(expected[i], 0) << "nothing but zeros behind the bound";
+        }
+      }
+    }
+    mqCloseDecoder(d);
+  }
+}
+
+TEST(PhraseCoder, QuotientsStayExactWithTheLargestTotal) {
+  // Two phrases whose frequencies add up to 2^31, the most a stream may hold: the products of a
+  // decoding step come close to 2^63.
+  HandStream s(2, 8);
+  s.phrase({1}, 8, 1);
+  s.phrase({2}, 8, 1);
+  const uint32_t frequencies[2] = {0x40000001u, 0x3FFFFFFFu};
+  mqPutBits(&s.encoder, frequencies[0], 32);
+  mqPutBits(&s.encoder, frequencies[1], 31);
+  std::mt19937 random(5);
+  std::vector<uint8_t> expected(3000);
+  for (uint8_t& symbol : expected) {
+    uint32_t p = random() % 2;
+    symbol = uint8_t(p + 1);
+    mqPutSymbol(&s.encoder, p == 0 ? 0 : frequencies[0], frequencies[p], 0x80000000u);
+  }
+  mqFlushEncoder(&s.encoder);
+  EXPECT_EQ(decodeAll<uint8_t>(s.bytes, kMQUnit8, 3000, kMQTableLimit, 3000), expected);
+  EXPECT_EQ(decodeAll<uint8_t>(s.bytes, kMQUnit8, 3000, kMQTableLimit, 3000, true), expected);
 }
 
 }  // namespace

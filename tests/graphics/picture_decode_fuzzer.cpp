@@ -32,7 +32,8 @@ void decodeStream(const uint8_t* data, size_t size, uint32_t control) {
 void decodePicture(const uint8_t* data, size_t size, uint32_t control) {
   ImageHeader header;
   std::memcpy(&header, data, sizeof header);
-  // Small pictures only, so that every input runs fast; the scale and depth come from the input.
+  // Small pictures only, so that every input runs fast; the scale, the depth and the variant
+  // come from the input.
   header.width = header.width % 80 + 1;
   header.height = header.height % 80 + 1;
   int32_t scale = int32_t(control % 4);
@@ -40,8 +41,9 @@ void decodePicture(const uint8_t* data, size_t size, uint32_t control) {
   bool grey = (control & 8) != 0;
   int32_t pitch = int32_t(((header.width << scale) * bits + 31) / 32 * 4);
   std::vector<uint8_t> out(size_t(pitch) * (header.height << scale));
-  mqDecompressImage(&header, out.data(), bits, pitch, data + sizeof header, scale, grey,
-                    kMQTableLimit, nullptr, size - sizeof header);
+  auto decompress = (control & 16) ? mqDecompressImagePlain : mqDecompressImageSSE2;
+  decompress(&header, out.data(), bits, pitch, data + sizeof header, scale, grey, kMQTableLimit,
+             nullptr, size - sizeof header);
 }
 
 }  // namespace

@@ -20,11 +20,13 @@ const char kUsage[] =
     "Pictures of 1, 4 or 8 bits with a palette are stored lossless. 24-bit pictures go through\n"
     "the block transform; an alpha channel of a PNG is stored lossless as an 8-bit plane.\n"
     "encode options:\n"
-    "  --block 3|4|5        log2 of the block side (8, 16 or 32 pixels; default 3)\n"
-    "  --chroma 444|422|420 chroma resolution (default 420)\n"
+    "  --quality Q          1 (smallest) to 100 (finest), default 75: sets the four below,\n"
+    "                       which, given as well, override it\n"
+    "  --block 3|4|5        log2 of the block side (8, 16 or 32 pixels)\n"
+    "  --chroma 444|422|420 chroma resolution\n"
     "  --curve A,B,C        quantiser steps (0 finest .. 14 coarsest; 7 keeps whole levels) at\n"
-    "                       the lowest, middle and highest frequency (default 7,8,9)\n"
-    "  --threshold T        coefficients up to T in magnitude become 0 (default 1)\n"
+    "                       the lowest, middle and highest frequency\n"
+    "  --threshold T        coefficients up to T in magnitude become 0\n"
     "decode options:\n"
     "  --scale S            blow a 24-bit picture up by 2^S, S 0 to 3 (3 needs chroma 444)\n"
     "The output is a PNG if its name ends in .png, a BMP otherwise.\n";
@@ -48,13 +50,21 @@ bool parseNumber(const char* text, int32_t low, int32_t high, int32_t* out) {
 }
 
 int encode(int argc, char** argv) {
+  // The quality sets all options first, wherever it stands; the others then override it.
   MOLAQEncodeOptions options;
+  for (int at = 2; at + 1 < argc && std::strncmp(argv[at], "--", 2) == 0; at += 2) {
+    int32_t quality;
+    if (std::strcmp(argv[at], "--quality") != 0) continue;
+    if (!parseNumber(argv[at + 1], 1, 100, &quality)) return usageError("--quality takes 1 to 100");
+    options = mqEncodeOptionsForQuality(quality);
+  }
   int at = 2;
   for (; at + 1 < argc && std::strncmp(argv[at], "--", 2) == 0; at += 2) {
     std::string option = argv[at];
     const char* value = argv[at + 1];
     int32_t number;
-    if (option == "--block" && parseNumber(value, 3, 5, &number)) {
+    if (option == "--quality") {
+    } else if (option == "--block" && parseNumber(value, 3, 5, &number)) {
       options.blockSize = uint32_t(number);
     } else if (option == "--chroma" && (!std::strcmp(value, "444") || !std::strcmp(value, "422") || !std::strcmp(value, "420"))) {
       options.chromaFormat = !std::strcmp(value, "444") ? kChroma444 : !std::strcmp(value, "422") ? kChroma422 : kChroma420;
