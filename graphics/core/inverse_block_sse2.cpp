@@ -12,7 +12,8 @@
 
 namespace {
 
-// The cosines of mqHalfBasis in two shapes: `spread` holds each (output, coefficient) entry four
+// The cosines of mqHalfBasis in two shapes (on the heap, so not aligned to 16 bytes on every
+// system: loaded unaligned): `spread` holds each (output, coefficient) entry four
 // times, to multiply a vector of four columns; `across` holds for each coefficient the outputs
 // of the first half in a row, to multiply four outputs at once.
 struct VectorBases {
@@ -83,11 +84,11 @@ void columnsThenRows(int32_t* dst, ptrdiff_t stride, const int32_t* coefficients
     }
     for (int32_t j = 0; j < h / 2; ++j) {
       const float* cosines = spread + j * 32 * 4;
-      __m128 even = _mm_mul_ps(x[0], _mm_load_ps(cosines));
+      __m128 even = _mm_mul_ps(x[0], _mm_loadu_ps(cosines));
       __m128 odd = _mm_setzero_ps();
       for (int32_t v = 1; v < extent.rows; v += 2) {
-        odd = _mm_add_ps(odd, _mm_mul_ps(x[v], _mm_load_ps(cosines + 4 * v)));
-        if (v + 1 < extent.rows) even = _mm_add_ps(even, _mm_mul_ps(x[v + 1], _mm_load_ps(cosines + 4 * v + 4)));
+        odd = _mm_add_ps(odd, _mm_mul_ps(x[v], _mm_loadu_ps(cosines + 4 * v)));
+        if (v + 1 < extent.rows) even = _mm_add_ps(even, _mm_mul_ps(x[v + 1], _mm_loadu_ps(cosines + 4 * v + 4)));
       }
       _mm_store_ps(columns + j * rowLength + 4 * g, _mm_add_ps(even, odd));
       _mm_store_ps(columns + (h - 1 - j) * rowLength + 4 * g, _mm_sub_ps(even, odd));
