@@ -8,6 +8,10 @@
 
 #include "base/os/win32_types.h"
 
+// The environment variable that lets the host emulate display modes that the display lacks: when
+// it is set and not "0", tests report such modes as present and changes to them succeed.
+inline constexpr const char kEmulateDisplaySetting[] = "RUNA1_EMULATE_DISPLAY";
+
 class KDisplayEnvironment {
  public:
   KDisplayEnvironment();
@@ -22,6 +26,9 @@ class KDisplayEnvironment {
   static uint32_t Change(uint32_t width, uint32_t height, uint32_t depth);
   // Back to the user's mode, if a change is in force.
   static void Restore();
+  // Whether the last change shows an emulated mode: the display stays as it is, and the main
+  // window shows the picture scaled over the whole monitor.
+  static bool IsEmulated();
 
   static uint32_t DesktopDepth();
   static SIZE ScreenSize();

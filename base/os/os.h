@@ -153,6 +153,7 @@ void tlsSet(uint32_t slot, void* value);
 using EventHandle = void*;
 EventHandle createEvent(bool manualReset, bool signalled);
 void setEvent(EventHandle event);
+void resetEvent(EventHandle event);
 void waitEvent(EventHandle event);
 // Waits up to `milliseconds`; true when the event was set.
 bool waitEvent(EventHandle event, uint32_t milliseconds);

@@ -271,6 +271,12 @@ void setEvent(EventHandle handle) {
   else event->changed.notify_one();
 }
 
+void resetEvent(EventHandle handle) {
+  Event* event = static_cast<Event*>(handle);
+  std::lock_guard<std::mutex> guard(event->lock);
+  event->signalled = false;
+}
+
 void waitEvent(EventHandle handle) {
   Event* event = static_cast<Event*>(handle);
   std::unique_lock<std::mutex> guard(event->lock);

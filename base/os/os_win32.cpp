@@ -184,6 +184,7 @@ EventHandle createEvent(bool manualReset, bool signalled) {
 }
 
 void setEvent(EventHandle event) { SetEvent(event); }
+void resetEvent(EventHandle event) { ResetEvent(event); }
 void waitEvent(EventHandle event) { WaitForSingleObject(event, INFINITE); }
 bool waitEvent(EventHandle event, uint32_t milliseconds) {
   return WaitForSingleObject(event, milliseconds) == WAIT_OBJECT_0;

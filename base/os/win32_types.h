@@ -174,12 +174,61 @@ struct WNDCLASSA {
 #define CS_IME 0x00010000u
 #define WS_CAPTION 0x00C00000u
 
+#define WS_POPUP 0x80000000u
+#define WS_VISIBLE 0x10000000u
+#define WS_MAXIMIZE 0x01000000u
+#define WS_DLGFRAME 0x00400000u
+#define WS_SYSMENU 0x00080000u
+#define WS_EX_TOPMOST 0x00000008u
+
 #define SM_CXSCREEN 0
 #define SM_CYSCREEN 1
 #define SM_CYCAPTION 4
 #define SM_CYBORDER 6
+#define SM_CXDLGFRAME 7
+#define SM_CYDLGFRAME 8
 #define SM_CXFRAME 32
 #define SM_CYFRAME 33
+
+struct HMENU__;
+using HMENU = HMENU__*;
+
+struct MINMAXINFO {
+  POINT ptReserved;
+  POINT ptMaxSize;
+  POINT ptMaxPosition;
+  POINT ptMinTrackSize;
+  POINT ptMaxTrackSize;
+};
+
+#define WM_MOVE 0x0003u
+#define WM_SIZE 0x0005u
+#define WM_ACTIVATE 0x0006u
+#define WM_PAINT 0x000Fu
+#define WM_CLOSE 0x0010u
+#define WM_QUIT 0x0012u
+#define WM_GETMINMAXINFO 0x0024u
+#define WM_KEYDOWN 0x0100u
+#define WM_TIMER 0x0113u
+#define WM_MOUSEMOVE 0x0200u
+#define WM_LBUTTONDOWN 0x0201u
+#define WM_MOUSEWHEEL 0x020Au
+#define WM_MOUSELAST 0x020Du
+#define WM_PALETTECHANGED 0x0311u
+#define WM_USER 0x0400u
+#define WA_INACTIVE 0
+#define WA_ACTIVE 1
+
+#define SW_MAXIMIZE 3
+#define SW_SHOW 5
+#define SW_RESTORE 9
+#define SWP_NOSIZE 0x0001u
+#define SWP_NOMOVE 0x0002u
+#define SWP_NOZORDER 0x0004u
+#define SWP_NOACTIVATE 0x0010u
+
+#define NORMAL_PRIORITY_CLASS 0x00000020u
+#define IDLE_PRIORITY_CLASS 0x00000040u
 
 #define THREAD_PRIORITY_NORMAL 0
 #define THREAD_PRIORITY_ABOVE_NORMAL 1

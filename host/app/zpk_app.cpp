@@ -12,8 +12,6 @@
 namespace {
 
 constexpr uint32_t kCurrentDirectoryLength = 0x3FF;
-// How long the message loop waits for the module thread's end between two looks at the queue.
-constexpr uint32_t kPollMilliseconds = 1;
 
 }  // namespace
 
@@ -28,9 +26,11 @@ std::string debugRecordFileNameOf(const std::string& modulePath, const std::stri
 CZPKApp::CZPKApp() {
   vkInitialize(VK_LIBRARY_VERSION);
   StartHandshake::SetCurrent(&handshake_);
+  MessageLoop::SetCurrent(&loop_);
 }
 
 CZPKApp::~CZPKApp() {
+  MessageLoop::SetCurrent(nullptr);
   StartHandshake::SetCurrent(nullptr);
   vkUninitialize();
 }
@@ -76,8 +76,8 @@ int CZPKApp::Run() {
     CMainFrame frame(windows);
     // Abort or Retry on a failed class registration end the host at once.
     if (handshake_.StandUp(frame, windows) != 0) return 1;
-    while (moduleThread.IsRunningAfter(kPollMilliseconds) && windows.pumpMessages()) {
-    }
+    loop_.Run(windows, moduleThread.Handle());
+    frame.StopTimer();
     windows.pumpMessages();  // what is left in the queue before the frame goes
   }
   module_.Delete();  // the finaliser runs on this thread

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <string>
 
+#include "host/frame/message_loop.h"
 #include "host/frame/start_handshake.h"
 #include "host/module/zpk_module.h"
 
@@ -35,6 +36,7 @@ class CZPKApp {
   std::string baseDirectory_;
   CZPKModule module_;
   StartHandshake handshake_;  // the window parameters and the request and ready events
+  MessageLoop loop_;          // the stop count, the gate event and the loop lock
 };
 
 // The module chooser's filter, as the dialog seam takes it.

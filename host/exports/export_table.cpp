@@ -8,6 +8,7 @@
 #include "host/exports/drawing_core.h"
 #include "host/exports/file.h"
 #include "host/exports/graphic.h"
+#include "host/exports/main_window.h"
 #include "host/exports/module.h"
 #include "host/exports/numeric.h"
 #include "host/exports/services.h"
@@ -60,6 +61,17 @@ const ExportEntry kRows[] = {
     RUNA1_EXPORT_ROW(ZPK_EndThread, 4),
     RUNA1_EXPORT_ROW(ZPK_GetThreadHandle, 4),
     RUNA1_EXPORT_ROW(ZPK_GetThreadId, 4),
+    // Main window and message loop
+    RUNA1_EXPORT_ROW(ZPK_GetMainWindow, 0),
+    RUNA1_EXPORT_ROW(ZPK_SetMainWndProc, 4),
+    RUNA1_EXPORT_ROW(ZPK_OpenMainWndProcEx, 8),
+    RUNA1_EXPORT_ROW(ZPK_CloseMainWndProcEx, 4),
+    RUNA1_EXPORT_ROW(ZPK_SetWndMessageProc, 8),
+    RUNA1_EXPORT_ROW(ZPK_ClipCursor, 4),
+    RUNA1_EXPORT_ROW(ZPK_ChangeDisplayMode, 8),
+    RUNA1_EXPORT_ROW(ZPK_RestoreDisplayMode, 0),
+    RUNA1_EXPORT_ROW(ZPK_StopMessageLoop, 0),
+    RUNA1_EXPORT_ROW(ZPK_RestartMessageLoop, 0),
     // Numeric helpers
     RUNA1_EXPORT_ROW(float_Init, 0),
     RUNA1_EXPORT_ROW(float_Round, 4),

@@ -110,8 +110,13 @@ int StartHandshake::StandUp(CMainFrame& frame, os::WindowSystem& system) {
     className = nullptr;
   }
   frame.Create(className, title_.c_str(), style_, exStyle_, rect_.value_or(RECT{0, 0, 0, 0}));
-  if (displayMode_) KDisplayEnvironment::Change(displayMode_->cx, displayMode_->cy, displayDepth_);
+  // The frame is not active yet: the change waits for the first activation.
+  frame.SetRequestDepth(displayDepth_);
+  if (displayMode_)
+    frame.ChangeDisplayMode(static_cast<uint32_t>(displayMode_->cx), static_cast<uint32_t>(displayMode_->cy),
+                            displayDepth_);
   KDisplayEnvironment::SetCursorShown(0);
+  frame.ClipCursor(true);
   frame.Show();
   os::setEvent(ready_);
   return 0;

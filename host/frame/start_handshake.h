@@ -34,8 +34,9 @@ class StartHandshake {
   // ---- Main thread ----
   // Waits, dispatching messages, for the request or the module's end; true for a request.
   bool WaitForRequest(os::WindowSystem& system);
-  // Registers the class if one was given, creates and shows the frame, changes the display
-  // mode if one was asked for, hides the cursor and releases the module thread. 0, or 1 when
+  // Registers the class if one was given, creates the frame, asks it for full screen if a
+  // display mode was asked for, hides the cursor, clips it to the client area, shows the frame
+  // and releases the module thread. 0, or 1 when
   // the class could not be registered and the user did not answer Ignore: the module thread
   // then stays blocked.
   int StandUp(CMainFrame& frame, os::WindowSystem& system);

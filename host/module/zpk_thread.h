@@ -22,6 +22,7 @@ class CZPKThread {
   bool Start();
   // Waits up to `milliseconds` for the thread's end; true while it still runs.
   bool IsRunningAfter(uint32_t milliseconds);
+  os::Thread* Handle() const { return thread_; }
 
   // The body: 1 when the module has no StartingProc (after a box that says so), else 0.
   uint32_t Run();

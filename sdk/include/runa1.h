@@ -102,6 +102,36 @@ RUNA1_IMPORT(void) ZPK_EndThread(ZPKTHREAD thread);
 RUNA1_IMPORT(void*) ZPK_GetThreadHandle(ZPKTHREAD thread);
 RUNA1_IMPORT(uint32_t) ZPK_GetThreadId(ZPKTHREAD thread);
 
+/* The main window. Its messages reach the module's hooks after the window's own handling, in
+ * this order: the top procedure of the stack (only the top one: the stack is for screens that
+ * come and go in strict nesting), the main procedure, and the procedure of that message, which
+ * is silent while the game is in the background except for WM_ACTIVATE. Results of hooks are
+ * thrown away. Hooks run on the main thread; a hook may close itself. WM_CLOSE only beeps: the
+ * module sees it and decides. Timer 1 sends WM_TIMER once a second. Without a main window the
+ * hook exports give 0 and the three window operations give 1. */
+typedef uint32_t(__stdcall* ZPKWNDPROC)(HWND window, uint32_t message, uint32_t wParam, int32_t lParam);
+typedef uint32_t(__stdcall* ZPKWNDPROCEX)(void* context, HWND window, uint32_t message, uint32_t wParam,
+                                           int32_t lParam);
+RUNA1_IMPORT(HWND) ZPK_GetMainWindow(void);
+/* Returns the previous main procedure. */
+RUNA1_IMPORT(ZPKWNDPROC) ZPK_SetMainWndProc(ZPKWNDPROC procedure);
+RUNA1_IMPORT(uint32_t) ZPK_OpenMainWndProcEx(ZPKWNDPROCEX procedure, void* context);
+/* 0 when the top record has this context (it is removed) or the stack is empty, else 1. */
+RUNA1_IMPORT(uint32_t) ZPK_CloseMainWndProcEx(void* context);
+/* Null removes; returns the message's previous procedure or 0. */
+RUNA1_IMPORT(ZPKWNDPROC) ZPK_SetWndMessageProc(uint32_t message, ZPKWNDPROC procedure);
+/* Window operations, allowed only while the message loop is stopped (else refused with 1):
+ * stop the loop; change the mode; restart the loop. ZPK_ClipCursor returns the previous clip
+ * flag. ZPK_ChangeDisplayMode gives full screen at that size (1 if the display refuses); while
+ * the game is in the background it happens on the next activation. Full screen leaves when the
+ * game goes to the background and comes back with it. */
+RUNA1_IMPORT(uint32_t) ZPK_ClipCursor(int32_t enable);
+RUNA1_IMPORT(uint32_t) ZPK_ChangeDisplayMode(uint32_t width, uint32_t height);
+RUNA1_IMPORT(uint32_t) ZPK_RestoreDisplayMode(void);
+/* Stops nest: the main thread dispatches again after as many restarts as stops. */
+RUNA1_IMPORT(uint32_t) ZPK_StopMessageLoop(void);
+RUNA1_IMPORT(uint32_t) ZPK_RestartMessageLoop(void);
+
 /* ---- Numeric helpers ---------------------------------------------------------------------- */
 /* Floats travel as their 32-bit patterns (RUNA1_FLOAT), doubles by pointer: the first
  * operand is also the place of the result, and is returned. No floating-point code is needed in

@@ -13,70 +13,14 @@
 #include "host/frame/main_frame.h"
 #include "host/frame/start_handshake.h"
 #include "host/module/zpk_thread.h"
+#include "tests/host/fake_window_system.h"
 #include "tests/test_support.h"
 
 namespace {
 
 constexpr uint32_t kTimeoutMilliseconds = 5000;
 
-// A window system that records what the main thread asks of it, with metrics of its own and
-// waits that give up after the timeout.
-class FakeWindowSystem : public os::WindowSystem {
- public:
-  struct Frame {
-    std::string className;  // empty: the host's frame class
-    std::string title;
-    uint32_t style = 0;
-    uint32_t exStyle = 0;
-    RECT rect{};
-    bool shown = false;
-    uint32_t timerId = 0;
-  };
-
-  bool registerSucceeds = true;
-  std::vector<std::string> registered;
-  std::vector<Frame> frames;
-  std::vector<std::string> log;
-  bool waitTimedOut = false;
-
-  bool registerClass(const WNDCLASSA& windowClass) override {
-    log.push_back("register");
-    registered.push_back(windowClass.lpszClassName ? windowClass.lpszClassName : "");
-    return registerSucceeds;
-  }
-  HWND createFrame(const char* className, const char* title, uint32_t style, uint32_t exStyle,
-                   const RECT& rect) override {
-    log.push_back("create");
-    frames.push_back({className ? className : "", title, style, exStyle, rect});
-    return reinterpret_cast<HWND>(frames.size());
-  }
-  void showFrame(HWND frame) override {
-    log.push_back("show");
-    frames.at(reinterpret_cast<uintptr_t>(frame) - 1).shown = true;
-  }
-  void setTimer(HWND frame, uint32_t id, uint32_t milliseconds) override {
-    EXPECT_EQ(milliseconds, 1000u);
-    frames.at(reinterpret_cast<uintptr_t>(frame) - 1).timerId = id;
-  }
-  void destroyFrame(HWND) override { log.push_back("destroy"); }
-  bool pumpMessages() override { return true; }
-  void waitDispatching(void* event) override {
-    log.push_back("wait");
-    waitTimedOut = !os::waitEvent(event, kTimeoutMilliseconds);
-  }
-  int32_t systemMetric(int32_t index) override {
-    switch (index) {
-      case SM_CXSCREEN: return 1024;
-      case SM_CYSCREEN: return 768;
-      case SM_CYCAPTION: return 20;
-      case SM_CYBORDER: return 2;
-      case SM_CXFRAME: return 5;
-      case SM_CYFRAME: return 6;
-      default: return 0;
-    }
-  }
-  void fillDefaultClass(WNDCLASSA* windowClass) override { *windowClass = WNDCLASSA{}; }
-};
+using runa1_test::FakeWindowSystem;
 
 class StartHandshakeTest : public ::testing::Test {
  protected:
@@ -145,7 +89,12 @@ TEST_F(StartHandshakeTest, InitializeSystemCentresTheClientAreaAndWaitsForTheWin
   EXPECT_TRUE(made.shown);
   EXPECT_EQ(made.timerId, 1u);
   EXPECT_EQ(windows.log, (std::vector<std::string>{"wait", "create", "show"}));
-  EXPECT_EQ(os::screenSize().cx, 640) << "the display changed to the size";
+  EXPECT_EQ(os::screenSize().cx, 640) << "the first activation changed the display to the size";
+  EXPECT_TRUE(frame.IsFullScreen());
+  EXPECT_EQ(made.styleNow, WS_DLGFRAME | WS_MAXIMIZE);
+  EXPECT_EQ(made.exStyleNow, WS_EX_TOPMOST);
+  ASSERT_EQ(windows.clips.size(), 1u) << "clipped to the client area once active";
+  EXPECT_EQ(windows.clips[0]->right, 100 + 640 - 1) << "the last column is left out";
   EXPECT_EQ(KDisplayEnvironment::IsCursorShown(), 0u);
   EXPECT_EQ(handshake.DisplayDepth(), 16u);
 

@@ -172,11 +172,12 @@ TempDir* WindowModuleTest::work_ = nullptr;
 Outcome* WindowModuleTest::outcome_ = nullptr;
 std::string* WindowModuleTest::log_ = nullptr;
 
-TEST_F(WindowModuleTest, InitializeSystemGivesAVisibleWindowAfterRefusingAMissingMode) {
+TEST_F(WindowModuleTest, InitializeSystemGivesAFullScreenWindowAfterRefusingAMissingMode) {
   EXPECT_EQ(outcome_->exitCode, 0u) << outcome_->diagnostics;
   EXPECT_EQ(log_->find("FAIL"), std::string::npos) << *log_ << outcome_->diagnostics;
   expectPassed({"mode-missing", "system-no-mode", "no-window-yet", "mode-present", "system", "window-found",
-                "window-visible", "window-title", "window-owned-by-main-thread", "window-rectangle", "client-size",
+                "window-visible", "window-title", "window-owned-by-main-thread", "window-rectangle", "full-screen-style",
+                "client-size",
                 "cursor-hidden", "system-again"});
 }
 
@@ -203,6 +204,45 @@ TEST(ModuleRunTest, InitializeMainWindowUsesTheStoredClassAndTheGivenRectangle) 
             "ok window-refuses-close\n"
             "ok cursor-hidden\n")
       << outcome.diagnostics;
+}
+
+// Every check of `log` passed, and each of `checks` is among them.
+void expectAllPassed(const std::string& log, const Outcome& outcome, std::initializer_list<const char*> checks) {
+  EXPECT_EQ(outcome.exitCode, 0u) << outcome.diagnostics;
+  EXPECT_EQ(log.find("FAIL"), std::string::npos) << log << outcome.diagnostics;
+  for (const char* check : checks)
+    EXPECT_NE(log.find(std::string("ok ") + check + "\n"), std::string::npos) << check << ": " << log;
+}
+
+TEST(ModuleRunTest, HooksHearTheFrameInOrderAndTheStoppedLoopGivesTheModuleTheWindow) {
+  TempDir work;
+  Outcome outcome = runModuleInWork("frame_module", work);
+  expectAllPassed(work.read("run.log"), outcome,
+                  {"no-window-yet", "main-window", "hook-order", "answer-of-the-frame", "timer-reaches-hooks",
+                   "close-answered", "close-seen-by-hooks", "close-keeps-window", "close-other-context",
+                   "close-own-context", "message-procedure-removed", "change-refused-while-running",
+                   "clip-refused-while-running", "restore-refused-while-running", "stopped-holds-messages",
+                   "clip-was-on", "clip-is-client-area", "clip-off", "change", "full-screen", "restore", "windowed",
+                   "nested-stop-holds", "restart-delivers"});
+}
+
+TEST(ModuleRunTest, TheWindowShowsTheCompositionOfTheScreens) {
+  TempDir work;
+  Outcome outcome = runModuleInWork("paint_module", work);
+  expectAllPassed(work.read("run.log"), outcome,
+                  {"main-window", "attach-back", "attach-front", "composed", "changed-image-repainted"});
+}
+
+TEST(ModuleRunTest, AnEmulatedModeShowsThePictureScaledOverTheWholeMonitor) {
+  TempDir work;
+  SetEnvironmentVariableW(L"RUNA1_EMULATE_DISPLAY", L"1");
+  Outcome outcome = runModuleInWork("paint_module", work);
+  SetEnvironmentVariableW(L"RUNA1_EMULATE_DISPLAY", nullptr);
+  std::string log = work.read("run.log");
+  expectAllPassed(log, outcome,
+                  {"emulated-mode-present", "system", "covers-monitor", "borderless", "scaled-picture",
+                   "scaled-change-repainted", "mouse-in-picture-pixels"});
+  EXPECT_NE(log.find("factor 2\n"), std::string::npos) << "400x300 on 1024x768: " << log;
 }
 
 // The number behind `label` in `log`, or -1.

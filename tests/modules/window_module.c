@@ -1,5 +1,5 @@
 /* Asks for its window through InitializeSystem, first at a size the display lacks, and checks
- * the window, then starts service threads and calls the numeric exports. */
+ * the full-screen window, then starts service threads and calls the numeric exports. */
 #include <windows.h>
 
 #include "module_log.h"
@@ -13,8 +13,6 @@ static int sameWide(const wchar_t* a, const wchar_t* b) {
   return *a == *b;
 }
 
-static int closeTo(LONG value, LONG wanted) { return value >= wanted - 8 && value <= wanted + 8; }
-
 static void checkWindow(void) {
   HWND window = FindWindowW(NULL, kWideTitle);
   report("window-found", window != NULL);
@@ -25,21 +23,19 @@ static void checkWindow(void) {
   report("window-title", sameWide(text, kWideTitle));
   report("window-owned-by-main-thread", GetWindowThreadProcessId(window, NULL) != GetCurrentThreadId());
 
-  /* The client area (0, 0)-(1023, 767) centred on the 1024x768 screen, grown to the window. */
-  RECT expected = {0, 0, 1023, 767};
-  CalcDefaultWindowRect(&expected);
+  /* The display mode of the request makes the window full screen on its first activation: a
+   * maximised dialog-framed topmost window whose frame lies beyond the screen's edges. */
+  LONG frameX = GetSystemMetrics(SM_CXDLGFRAME), frameY = GetSystemMetrics(SM_CYDLGFRAME);
   RECT actual;
   GetWindowRect(window, &actual);
-  /* The grown window is larger than the screen, and the system cuts it to its maximum tracking
-   * size: the height lost there is lost to the client area. */
-  LONG height = expected.bottom - expected.top;
-  LONG maxHeight = GetSystemMetrics(SM_CYMAXTRACK);
-  LONG cut = height > maxHeight ? height - maxHeight : 0;
-  report("window-rectangle", actual.left == expected.left && actual.top == expected.top &&
-                                 actual.right == expected.right && actual.bottom == expected.bottom - cut);
+  report("window-rectangle", actual.left == -frameX && actual.top == -frameY && actual.right == 1024 + frameX &&
+                                 actual.bottom == 768 + frameY);
+  LONG style = GetWindowLongA(window, GWL_STYLE), exStyle = GetWindowLongA(window, GWL_EXSTYLE);
+  report("full-screen-style", (style & (WS_DLGFRAME | WS_MAXIMIZE)) == (WS_DLGFRAME | WS_MAXIMIZE) &&
+                                  !(style & WS_BORDER) && (exStyle & WS_EX_TOPMOST));
   RECT client;
   GetClientRect(window, &client);
-  report("client-size", closeTo(client.right, 1024) && closeTo(client.bottom, 768 - cut));
+  report("client-size", client.right == 1024 && client.bottom == 768);
   logText("client ");
   logNumber((uint32_t)client.right);
   logText("x");
