@@ -12,7 +12,8 @@
 
 namespace {
 
-// The cosines of mqHalfBasis in two shapes: `spread` holds each (output, coefficient) entry four
+// The cosines of mqHalfBasis in two shapes (on the heap, so not aligned to 16 bytes on every
+// system: loaded unaligned): `spread` holds each (output, coefficient) entry four
 // times, to multiply a vector of four columns; `across` holds for each coefficient the outputs
 // of the first half in a row, to multiply four outputs at once.
 struct VectorBases {
