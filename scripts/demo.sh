@@ -12,12 +12,12 @@ usage="usage: demo.sh [--build ROOT] [--headless] [--screenshot PNG] [--report F
   --headless         run on a private Xvfb even when a display is there
   --screenshot PNG   where a headless run saves its screenshot (default: ROOT/demo/screenshot.png)
   --report FILE      where the game reports its state (default: ROOT/demo/report.txt)
-  --pointer X,Y      client point to move the pointer to (default: 540,190)
+  --pointer X,Y      client point to move the pointer to (default: 560,130)
   --keys 'KEY ...'   keys to press, by X key name (default: 'Right Right Down')
   --click            click the left button after the keys (swaps the picture)
   --wineprefix DIR   the Wine prefix of a headless run (default: ROOT/demo/wine)"
 here="$(cd "$(dirname "$0")" && pwd)"
-root=build headless=0 screenshot= report= pointer=540,190 keys="Right Right Down" click=0 prefix=
+root=build headless=0 screenshot= report= pointer=560,130 keys="Right Right Down" click=0 prefix=
 while [ $# -gt 0 ]; do
   case "$1" in
     --build) root="$2"; shift 2 ;;
