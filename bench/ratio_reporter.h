@@ -28,8 +28,8 @@ class RatioReporter : public benchmark::ConsoleReporter {
   void ratio(const char* what, const std::string& ours, const std::string& peer, double goal = 0) {
     if (!time.count(ours) || !time.count(peer)) return;
     double r = time[peer] / time[ours];
-    if (goal == 0) std::printf("%-44s %6.2f\n", what, r);
-    else std::printf("%-44s %6.2f  (goal %.1f: %s)\n", what, r, goal, r >= goal ? "met" : "missed");
+    if (goal == 0) std::printf("%-52s %6.2f\n", what, r);
+    else std::printf("%-52s %6.2f  (goal %.1f: %s)\n", what, r, goal, r >= goal ? "met" : "missed");
   }
 };
 
