@@ -219,8 +219,12 @@ const ExportEntry kRows[] = {
     // Drawing core
     RUNA1_EXPORT_ROW(MOLAQ_SetDefInterface, 4),
     RUNA1_EXPORT_ROW(MOLAQImage_ReadImageFile, 8),
+    // Font images
     // 3D
-    // Sound, music, timers, movie
+    // Wave mixer and sounds
+    // MIDI music
+    // Timers
+    // Movie
     // Menu screens
 };
 

@@ -16,7 +16,7 @@ extern "C" {
 
 typedef void* RUNA1_HANDLE;
 
-/* ---- File objects ------------------------------------------------------------------------ */
+/* ---- File objects ------------------------------------------------------------------------- */
 #undef FILE_CREATE
 #undef FILE_SHARE_READ
 #undef FILE_SHARE_WRITE
@@ -39,7 +39,7 @@ RUNA1_IMPORT(uint32_t) File_GetFileName(KFILE file, char* buffer);
 RUNA1_IMPORT(uint32_t) File_GetFilePath(KFILE file, char* buffer);
 RUNA1_IMPORT(void*) File_GetFileHandle(KFILE file);
 
-/* ---- Module loader and host services ----------------------------------------------------- */
+/* ---- Module loader and host services ------------------------------------------------------ */
 typedef RUNA1_HANDLE ZPKMODULE; /* a loaded module; StartingProc receives its own */
 
 /* Conventions of ZPK_CallProcedure. */
@@ -344,9 +344,17 @@ RUNA1_IMPORT(uint32_t) MOLAQ_SetDefInterface(uint32_t flags);
  * or 8. The result is an image object like graphic_ReadBitmap's, null on failure. */
 RUNA1_IMPORT(GRAPHIC) MOLAQImage_ReadImageFile(const char* path, int32_t scale);
 
+/* ---- Font images -------------------------------------------------------------------------- */
+
 /* ---- 3D ----------------------------------------------------------------------------------- */
 
-/* ---- Sound, music, timers, movie ---------------------------------------------------------- */
+/* ---- Wave mixer and sounds ---------------------------------------------------------------- */
+
+/* ---- MIDI music --------------------------------------------------------------------------- */
+
+/* ---- Timers ------------------------------------------------------------------------------- */
+
+/* ---- Movie -------------------------------------------------------------------------------- */
 
 /* ---- Menu screens ------------------------------------------------------------------------- */
 
