@@ -9,55 +9,10 @@
 #include <string>
 
 #include "base/os/os.h"
+#include "tests/modules/host_run.h"
 #include "tests/temp_dir.h"
 
 namespace {
-
-struct Outcome {
-  DWORD exitCode = 0xFFFFFFFF;
-  std::string diagnostics;  // the host's stderr, UTF-8
-};
-
-std::wstring wide(const std::string& utf8) {
-  int count = MultiByteToWideChar(CP_UTF8, 0, utf8.c_str(), -1, nullptr, 0);
-  std::wstring text(static_cast<size_t>(count), L'\0');
-  MultiByteToWideChar(CP_UTF8, 0, utf8.c_str(), -1, text.data(), count);
-  text.resize(static_cast<size_t>(count - 1));
-  return text;
-}
-
-std::string modulePath(const std::string& name) { return std::string(MODULE_DIR) + "/" + name + ".zpe"; }
-
-// Starts runa1.exe with `arguments` (UTF-8) in `directory` and waits for its end.
-Outcome runHost(const std::string& arguments, const TempDir& directory) {
-  SetEnvironmentVariableW(L"RUNA1_AUTO_ANSWER", L"ok");
-  std::string errorPath = directory.file("stderr.txt");
-  SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
-  HANDLE error = CreateFileW(wide(errorPath).c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherit, CREATE_ALWAYS,
-                             FILE_ATTRIBUTE_NORMAL, nullptr);
-  STARTUPINFOW startup{};
-  startup.cb = sizeof startup;
-  startup.dwFlags = STARTF_USESTDHANDLES;
-  startup.hStdError = error;
-  startup.hStdOutput = error;
-  startup.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
-  std::wstring line = L"\"" + wide(RUNA1_EXE) + L"\" " + wide(arguments);
-  PROCESS_INFORMATION process{};
-  Outcome outcome;
-  if (CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr,
-                     wide(directory.path().string()).c_str(), &startup, &process)) {
-    // A host that hangs is ended, so that the test fails instead of waiting forever.
-    if (WaitForSingleObject(process.hProcess, 60000) != WAIT_OBJECT_0) TerminateProcess(process.hProcess, 0xDEAD);
-    GetExitCodeProcess(process.hProcess, &outcome.exitCode);
-    CloseHandle(process.hThread);
-    CloseHandle(process.hProcess);
-  }
-  CloseHandle(error);
-  outcome.diagnostics = directory.read("stderr.txt");
-  return outcome;
-}
-
-std::string inQuotes(const std::string& text) { return "\"" + text + "\""; }
 
 TEST(ModuleRunTest, MainModuleRunsInitialiserStartingProcAndFinaliserInOrder) {
   TempDir work;
@@ -137,13 +92,6 @@ TEST(ModuleRunTest, CommandLineMessagesGoToTheDebugOutputOnly) {
   EXPECT_EQ(text.find("message box"), std::string::npos) << "the first name is loaded: " << text;
 }
 
-// Runs the module `name`, copied into `work`, so that its log lands there.
-Outcome runModuleInWork(const std::string& name, const TempDir& work) {
-  std::filesystem::copy_file(modulePath(name), work.file(name + ".zpe"),
-                             std::filesystem::copy_options::overwrite_existing);
-  return runHost(name + ".zpe", work);
-}
-
 // One run of window_module serves the checks of its window, its threads and its numbers.
 class WindowModuleTest : public ::testing::Test {
  protected:
@@ -206,14 +154,6 @@ TEST(ModuleRunTest, InitializeMainWindowUsesTheStoredClassAndTheGivenRectangle) 
       << outcome.diagnostics;
 }
 
-// Every check of `log` passed, and each of `checks` is among them.
-void expectAllPassed(const std::string& log, const Outcome& outcome, std::initializer_list<const char*> checks) {
-  EXPECT_EQ(outcome.exitCode, 0u) << outcome.diagnostics;
-  EXPECT_EQ(log.find("FAIL"), std::string::npos) << log << outcome.diagnostics;
-  for (const char* check : checks)
-    EXPECT_NE(log.find(std::string("ok ") + check + "\n"), std::string::npos) << check << ": " << log;
-}
-
 TEST(ModuleRunTest, HooksHearTheFrameInOrderAndTheStoppedLoopGivesTheModuleTheWindow) {
   TempDir work;
   Outcome outcome = runModuleInWork("frame_module", work);
@@ -235,9 +175,7 @@ TEST(ModuleRunTest, TheWindowShowsTheCompositionOfTheScreens) {
 
 TEST(ModuleRunTest, AnEmulatedModeShowsThePictureScaledOverTheWholeMonitor) {
   TempDir work;
-  SetEnvironmentVariableW(L"RUNA1_EMULATE_DISPLAY", L"1");
-  Outcome outcome = runModuleInWork("paint_module", work);
-  SetEnvironmentVariableW(L"RUNA1_EMULATE_DISPLAY", nullptr);
+  Outcome outcome = runModuleInWork("paint_module", work, {{"RUNA1_EMULATE_DISPLAY", "1"}});
   std::string log = work.read("run.log");
   expectAllPassed(log, outcome,
                   {"emulated-mode-present", "system", "covers-monitor", "borderless", "scaled-picture",
