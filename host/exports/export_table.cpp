@@ -14,6 +14,7 @@
 #include "host/exports/services.h"
 #include "host/exports/system.h"
 #include "host/exports/text.h"
+#include "host/exports/timer.h"
 #include "host/exports/view.h"
 
 namespace {
@@ -224,6 +225,14 @@ const ExportEntry kRows[] = {
     // Wave mixer and sounds
     // MIDI music
     // Timers
+    RUNA1_EXPORT_ROW(Timer_Create, 12),
+    RUNA1_EXPORT_ROW(Timer_Delete, 4),
+    RUNA1_EXPORT_ROW(Timer_ResetCounter, 16),
+    RUNA1_EXPORT_ROW(Timer_StartTimer, 4),
+    RUNA1_EXPORT_ROW(Timer_PauseTimer, 4),
+    RUNA1_EXPORT_ROW(Timer_SetCounter, 12),
+    RUNA1_EXPORT_ROW(Timer_GetCounter, 8),
+    RUNA1_EXPORT_ROW(Timer_Sleep, 4),
     // Movie
     // Menu screens
 };

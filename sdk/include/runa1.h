@@ -353,6 +353,20 @@ RUNA1_IMPORT(GRAPHIC) MOLAQImage_ReadImageFile(const char* path, int32_t scale);
 /* ---- MIDI music --------------------------------------------------------------------------- */
 
 /* ---- Timers ------------------------------------------------------------------------------- */
+/* Count-up timers: the count is the number of whole intervals (milliseconds each) since the
+ * start, held at the limit; it is brought up to date whenever it is read. A timer is created
+ * stopped with the count 0; a start after a pause begins a fresh interval. */
+typedef RUNA1_HANDLE KTIMER;
+RUNA1_IMPORT(KTIMER) Timer_Create(uint32_t interval, uint32_t limitLow, uint32_t limitHigh);
+RUNA1_IMPORT(void) Timer_Delete(KTIMER timer);
+RUNA1_IMPORT(void) Timer_ResetCounter(KTIMER timer, uint32_t interval, uint32_t limitLow,
+                                      uint32_t limitHigh);
+RUNA1_IMPORT(void) Timer_StartTimer(KTIMER timer);
+RUNA1_IMPORT(void) Timer_PauseTimer(KTIMER timer);
+RUNA1_IMPORT(void) Timer_SetCounter(KTIMER timer, uint32_t low, uint32_t high);
+RUNA1_IMPORT(uint32_t) Timer_GetCounter(KTIMER timer, uint64_t* counter);
+/* Sleeps and gives the milliseconds that really passed. */
+RUNA1_IMPORT(uint32_t) Timer_Sleep(uint32_t milliseconds);
 
 /* ---- Movie -------------------------------------------------------------------------------- */
 
