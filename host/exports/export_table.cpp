@@ -10,12 +10,16 @@
 #include "host/exports/graphic.h"
 #include "host/exports/main_window.h"
 #include "host/exports/module.h"
+#include "host/exports/molaq_image.h"
 #include "host/exports/numeric.h"
+#include "host/exports/record_file.h"
 #include "host/exports/services.h"
+#include "host/exports/string_stream.h"
 #include "host/exports/system.h"
-#include "host/exports/text.h"
+#include "host/exports/text_resource.h"
 #include "host/exports/timer.h"
 #include "host/exports/view.h"
+#include "host/exports/zbuffer.h"
 
 namespace {
 
