@@ -9,6 +9,7 @@
 #include "files/vrf_file.h"
 #include "graphics/core/molaq.h"
 #include "graphics/molaq_image.h"
+#include "graphics/molaq_image_encoder.h"
 #include "host/exports/file.h"
 #include "host/exports/graphic.h"
 #include "host/exports/molaq_image.h"
