@@ -231,6 +231,7 @@ const ExportEntry kRows[] = {
     RUNA1_EXPORT_ROW(k3dProject2DScreen, 20),
     RUNA1_EXPORT_ROW(k3dClipDispRect, 16),
     RUNA1_EXPORT_ROW(k3dNormalizeForDrawPolygon, 24),
+    RUNA1_EXPORT_ROW(k3dDrawTexturePlygon, 36),
     // Wave mixer and sounds
     // MIDI music
     // Timers

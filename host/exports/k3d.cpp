@@ -1,5 +1,7 @@
 #include "host/exports/k3d.h"
 
+#include "graphics/3d/texture_polygon.h"
+
 void RUNA1_API k3dRevolveXAxis(K3DVector* dst, const K3DVector* src, const K3DRevolution* angle, uint32_t count) {
   k3d::revolveXAxis(dst, src, *angle, count);
 }
@@ -32,4 +34,10 @@ uint32_t RUNA1_API k3dClipDispRect(K3DPoint* dst, const K3DPoint* src, uint32_t 
 void RUNA1_API k3dNormalizeForDrawPolygon(K3DPoint* first, uint32_t* firstCount, K3DPoint* second,
                                           uint32_t* secondCount, const K3DPoint* polygon, uint32_t count) {
   k3d::normalizeForDrawPolygon(first, firstCount, second, secondCount, polygon, count);
+}
+
+void RUNA1_API k3dDrawTexturePlygon(ImageInfo* destination, K3DPoint* polygon, uint32_t count, ImageInfo* texture,
+                                    K3DVector* origin, K3DVector* axisU, K3DVector* axisV, int32_t* center,
+                                    int32_t focal) {
+  k3d::drawTexturePolygon(*destination, polygon, count, *texture, *origin, *axisU, *axisV, center, focal);
 }

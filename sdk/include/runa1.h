@@ -381,6 +381,12 @@ RUNA1_IMPORT(uint32_t) k3dClipDispRect(K3DPoint* dst, const K3DPoint* src, uint3
 RUNA1_IMPORT(void) k3dNormalizeForDrawPolygon(K3DPoint* first, uint32_t* firstCount,
                                               K3DPoint* second, uint32_t* secondCount,
                                               const K3DPoint* polygon, uint32_t count);
+/* Fills a convex screen polygon (clipped to the destination) from an 8-bit texture lying on a
+ * plane in view space: texel (u, v) at origin + u * axisU + v * axisV. Both images are 8 bits
+ * per pixel; texels outside the texture leave the pixel alone. */
+RUNA1_IMPORT(void) k3dDrawTexturePlygon(ImageInfo* destination, K3DPoint* polygon, uint32_t count,
+                                        ImageInfo* texture, K3DVector* origin, K3DVector* axisU,
+                                        K3DVector* axisV, int32_t center[2], int32_t focal);
 
 /* ---- Wave mixer and sounds ---------------------------------------------------------------- */
 
