@@ -8,6 +8,7 @@
 #include "host/exports/drawing_core.h"
 #include "host/exports/file.h"
 #include "host/exports/graphic.h"
+#include "host/exports/k3d.h"
 #include "host/exports/main_window.h"
 #include "host/exports/module.h"
 #include "host/exports/molaq_image.h"
@@ -226,6 +227,15 @@ const ExportEntry kRows[] = {
     RUNA1_EXPORT_ROW(MOLAQImage_ReadImageFile, 8),
     // Font images
     // 3D
+    RUNA1_EXPORT_ROW(k3dRevolveXAxis, 16),
+    RUNA1_EXPORT_ROW(k3dRevolveYAxis, 16),
+    RUNA1_EXPORT_ROW(k3dRevolveZAxis, 16),
+    RUNA1_EXPORT_ROW(k3dGetRevolutionYXAxis, 12),
+    RUNA1_EXPORT_ROW(k3dClipZBelow, 16),
+    RUNA1_EXPORT_ROW(k3dProject2DScreen, 20),
+    RUNA1_EXPORT_ROW(k3dClipDispRect, 16),
+    RUNA1_EXPORT_ROW(k3dNormalizeForDrawPolygon, 24),
+    RUNA1_EXPORT_ROW(k3dDrawTexturePlygon, 36),
     // Wave mixer and sounds
     // MIDI music
     // Timers
