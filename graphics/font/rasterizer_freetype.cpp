@@ -52,6 +52,7 @@ struct TextContext {
 
 namespace {
 
+// The device's default font: a cell of 16, bold, proportional, as GDI's System font.
 constexpr int32_t kDefaultCellHeight = 16;
 // Katakana middle dot, the default character of code page 932.
 constexpr uint32_t kDefaultCharacter = 0x30FB;
@@ -222,7 +223,7 @@ void deleteSurface(TextSurface* surface) { delete surface; }
 
 TextContext* begin(TextSurface* surface, HFONT font) {
   sessionLock.lock();
-  HFONT__ request = font ? *font : HFONT__{kDefaultCellHeight, 400, "", false};
+  HFONT__ request = font ? *font : HFONT__{kDefaultCellHeight, 700, "", true};
   auto* context = new TextContext{surface, openFace(findFaceFile(request.face, request.variablePitch)), 0, 0,
                                   request.weight > 550};
   if (!context->face || !setHeight(*context, request.height)) {

@@ -1,7 +1,8 @@
 // The text rasteriser over GDI. Text goes to the wide functions converted from code page 932
 // one character at a time, and the fit comes back as Shift-JIS bytes, so the layout is the
-// same on every system locale. A font whose face the system lacks is drawn with an installed
-// Japanese face of the same height and weight, never with a face that shows empty boxes.
+// same on every system locale. A font whose face the system lacks, and the default font of a
+// system that is not Japanese, are drawn with an installed Japanese face of the same height and
+// weight, never with a face that shows empty boxes.
 #include <algorithm>
 #include <cwchar>
 #include <map>
@@ -89,36 +90,40 @@ JapaneseFaces enumerateJapaneseFaces(HDC dc) {
 }
 
 std::mutex facesLock;
-std::map<std::wstring, std::wstring> replacements;  // face asked for: face to draw with, or "" for itself
+std::map<std::wstring, bool> lackedFaces;  // faces asked for: whether the system lacks them
 
-// The face to draw `font` with instead of its own, or "" when the system has its own.
-std::wstring replacementFace(HDC dc, const LOGFONTW& font) {
+bool systemLacksFace(HDC dc, const wchar_t* face) {
+  if (face[0] == 0) return true;
   std::lock_guard<std::mutex> hold(facesLock);
-  auto known = replacements.find(font.lfFaceName);
-  if (known != replacements.end()) return known->second;
-  static const JapaneseFaces japanese = [dc] {
-    JapaneseFaces faces = enumerateJapaneseFaces(dc);
-    if (faces.fixedPitch.empty() && faces.variablePitch.empty() &&
-        AddFontResourceExW(kFallbackFontFile, FR_PRIVATE, nullptr) > 0)
-      faces = enumerateJapaneseFaces(dc);
-    return faces;
-  }();
-  std::wstring replacement;
-  if (font.lfFaceName[0] == 0 || !systemHasFace(dc, font.lfFaceName)) {
-    bool variable = (font.lfPitchAndFamily & 3) == VARIABLE_PITCH;
-    const std::wstring& preferred = variable ? japanese.variablePitch : japanese.fixedPitch;
-    replacement = preferred.empty() ? (variable ? japanese.fixedPitch : japanese.variablePitch) : preferred;
-  }
-  replacements.emplace(font.lfFaceName, replacement);
-  return replacement;
+  auto known = lackedFaces.find(face);
+  if (known == lackedFaces.end()) known = lackedFaces.emplace(face, !systemHasFace(dc, face)).first;
+  return known->second;
 }
 
-// The module's font with an installed Japanese face in place of one the system lacks; null
-// when its own face will do.
+// An installed Japanese face, of the pitch asked for if there is one; "" if there is none.
+std::wstring japaneseFace(HDC dc, BYTE pitchAndFamily) {
+  std::lock_guard<std::mutex> hold(facesLock);
+  static const JapaneseFaces faces = [dc] {
+    JapaneseFaces found = enumerateJapaneseFaces(dc);
+    if (found.fixedPitch.empty() && found.variablePitch.empty() &&
+        AddFontResourceExW(kFallbackFontFile, FR_PRIVATE, nullptr) > 0)
+      found = enumerateJapaneseFaces(dc);
+    return found;
+  }();
+  bool variable = (pitchAndFamily & 3) == VARIABLE_PITCH;
+  const std::wstring& preferred = variable ? faces.variablePitch : faces.fixedPitch;
+  return preferred.empty() ? (variable ? faces.fixedPitch : faces.variablePitch) : preferred;
+}
+
+// A Japanese face of the same height and weight in place of a font that would show empty
+// boxes: the module's font when the system lacks its face, the device's default font when it
+// has no Shift-JIS (a system that is not Japanese). Null when the font will do.
 HFONT makeReplacement(HDC dc, HFONT font) {
+  HFONT source = font ? font : static_cast<HFONT>(GetCurrentObject(dc, OBJ_FONT));
   LOGFONTW request{};
-  if (GetObjectW(font, sizeof request, &request) != sizeof request) return nullptr;
-  std::wstring face = replacementFace(dc, request);
+  if (GetObjectW(source, sizeof request, &request) != sizeof request) return nullptr;
+  bool replace = font ? systemLacksFace(dc, request.lfFaceName) : GetTextCharset(dc) != SHIFTJIS_CHARSET;
+  std::wstring face = replace ? japaneseFace(dc, request.lfPitchAndFamily) : std::wstring();
   if (face.empty()) return nullptr;
   std::wcsncpy(request.lfFaceName, face.c_str(), LF_FACESIZE - 1);
   request.lfCharSet = SHIFTJIS_CHARSET;
@@ -144,10 +149,9 @@ TextContext* begin(TextSurface* surface, HFONT font) {
   if (!dc) return nullptr;
   auto* context = new TextContext{dc, surface, nullptr, nullptr, nullptr, {}, {}};
   context->formerBitmap = SelectObject(dc, surface->bitmap);
-  if (font) {
-    context->replacement = makeReplacement(dc, font);
-    context->formerFont = SelectObject(dc, context->replacement ? context->replacement : font);
-  }
+  context->replacement = makeReplacement(dc, font);
+  if (HFONT chosen = context->replacement ? context->replacement : font)
+    context->formerFont = SelectObject(dc, chosen);
   SetBkColor(dc, RGB(0, 0, 0));
   SetBkMode(dc, OPAQUE);
   SetTextColor(dc, RGB(255, 255, 255));

@@ -21,8 +21,8 @@ struct TextRasterizer {
   TextSurface* (*createSurface)(int32_t width, int32_t height);
   void (*deleteSurface)(TextSurface* surface);
   // Starts drawing on `surface` with `font` (null: the device's default font); null on failure.
-  // A font that names a face the system lacks is drawn with an installed Japanese face of the
-  // same height and weight.
+  // A font that names a face the system lacks, or a default font without Japanese, is drawn
+  // with an installed Japanese face of the same height and weight.
   TextContext* (*begin)(TextSurface* surface, HFONT font);
   // How many bytes of `text` (`length` bytes, never split inside a character) are no wider
   // than `maxWidth`, and the height of the text's line. False if the measure failed.

@@ -3,6 +3,7 @@
 // full-width ones 16, in a cell 17 high, so the breaks below are known.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -276,6 +277,22 @@ TEST_F(FontGraphicTest, AFaceTheSystemLacksIsDrawnWithAJapaneseFace) {
   }
   graphic_DeleteBitmap(other);
   deleteFont(missing);
+}
+
+TEST_F(FontGraphicTest, TheDefaultFontDrawsJapaneseToo) {
+  FontGrph_SelectFont(image, nullptr, 0);
+  EXPECT_EQ(draw("あ漢"), -1);
+  int32_t width = pen().x;
+  ASSERT_GT(width, 10);
+  std::vector<bool> first, second;
+  for (int32_t y = 0; y < 20; ++y)
+    for (int32_t x = 0; x < width / 2; ++x) {
+      first.push_back(ink(image, x, y));
+      second.push_back(ink(image, x + width / 2, y));
+    }
+  EXPECT_GT(std::count(first.begin(), first.end(), true), 10);
+  EXPECT_GT(std::count(second.begin(), second.end(), true), 10);
+  EXPECT_NE(first, second) << "two characters drawn alike: empty boxes";
 }
 
 TEST_F(FontGraphicTest, BadInputGivesItsResultAndWritesNothingOutsideTheMask) {
