@@ -7,6 +7,7 @@
 #include "host/exports/archive.h"
 #include "host/exports/drawing_core.h"
 #include "host/exports/file.h"
+#include "host/exports/font.h"
 #include "host/exports/graphic.h"
 #include "host/exports/k3d.h"
 #include "host/exports/main_window.h"
@@ -226,6 +227,14 @@ const ExportEntry kRows[] = {
     RUNA1_EXPORT_ROW(MOLAQ_SetDefInterface, 4),
     RUNA1_EXPORT_ROW(MOLAQImage_ReadImageFile, 8),
     // Font images
+    RUNA1_EXPORT_ROW(FontGrph_Create, 8),
+    RUNA1_EXPORT_ROW_NAMED("_FontGrph_Delete@4", graphic_DeleteBitmap, 4),
+    RUNA1_EXPORT_ROW(FontGrph_SelectFont, 12),
+    RUNA1_EXPORT_ROW(FontGrph_DrawText, 8),
+    RUNA1_EXPORT_ROW(FontGrph_LocateText, 12),
+    RUNA1_EXPORT_ROW(FontGrph_GetTextLocation, 8),
+    RUNA1_EXPORT_ROW(FontGrph_SetTextClip, 20),
+    RUNA1_EXPORT_ROW(FontGrph_SetProbitChars, 8),
     // 3D
     RUNA1_EXPORT_ROW(k3dRevolveXAxis, 16),
     RUNA1_EXPORT_ROW(k3dRevolveYAxis, 16),

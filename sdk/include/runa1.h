@@ -345,6 +345,26 @@ RUNA1_IMPORT(uint32_t) MOLAQ_SetDefInterface(uint32_t flags);
 RUNA1_IMPORT(GRAPHIC) MOLAQImage_ReadImageFile(const char* path, int32_t scale);
 
 /* ---- Font images -------------------------------------------------------------------------- */
+/* A font image is an image (GRAPHIC) whose pixels are a 1-bit mask, palette black and white:
+ * Shift-JIS text is drawn into it white on black and laid out in a clip rectangle (inclusive),
+ * from the pen on: breaks where the text fits, at line feeds, before a Latin word (or behind
+ * its third letter from the break, with a hyphen), and never before a prohibited character,
+ * which takes the two bytes before it to the next line. Blit the mask onto a picture with
+ * graphic_DrawBitmapToBitmap. A font whose face the system lacks is drawn with an installed
+ * Japanese face of the same height and weight. FontGrph_DrawText gives -1 when all the text
+ * fitted, else the bytes drawn before the pen ran below the clip (go on from there on a new
+ * page), and 1 on failure. Drawing adds to the mask; FontGrph_Create makes a clean one. */
+RUNA1_IMPORT(GRAPHIC) FontGrph_Create(int32_t width, int32_t height);
+RUNA1_IMPORT(uint32_t) FontGrph_Delete(GRAPHIC image);
+/* Line height 0 takes the font's; the result is the former font. */
+RUNA1_IMPORT(HFONT) FontGrph_SelectFont(GRAPHIC image, HFONT font, int32_t lineHeight);
+RUNA1_IMPORT(int32_t) FontGrph_DrawText(GRAPHIC image, const char* text);
+RUNA1_IMPORT(uint32_t) FontGrph_LocateText(GRAPHIC image, int32_t x, int32_t y);
+RUNA1_IMPORT(uint32_t) FontGrph_GetTextLocation(GRAPHIC image, POINT* location);
+RUNA1_IMPORT(uint32_t) FontGrph_SetTextClip(GRAPHIC image, int32_t left, int32_t top, int32_t right,
+                                            int32_t bottom);
+/* The characters that may not begin a line, replacing the former ones. */
+RUNA1_IMPORT(uint32_t) FontGrph_SetProbitChars(GRAPHIC image, const char* text);
 
 /* ---- 3D ----------------------------------------------------------------------------------- */
 /* A view space has the eye at the origin and looks along +z; screen y grows downward. There are
