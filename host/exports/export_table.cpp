@@ -11,6 +11,7 @@
 #include "host/exports/main_window.h"
 #include "host/exports/module.h"
 #include "host/exports/numeric.h"
+#include "host/exports/screens.h"
 #include "host/exports/services.h"
 #include "host/exports/system.h"
 #include "host/exports/text.h"
@@ -235,6 +236,8 @@ const ExportEntry kRows[] = {
     RUNA1_EXPORT_ROW(Timer_Sleep, 4),
     // Movie
     // Menu screens
+    RUNA1_EXPORT_ROW(Nodali_SaveContextMenu, 8),
+    RUNA1_EXPORT_ROW(Nodali_LoadContextMenu, 8),
 };
 
 constexpr size_t kCount = sizeof(kRows) / sizeof(kRows[0]);
