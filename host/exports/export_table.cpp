@@ -15,6 +15,7 @@
 #include "host/exports/molaq_image.h"
 #include "host/exports/numeric.h"
 #include "host/exports/record_file.h"
+#include "host/exports/screens.h"
 #include "host/exports/services.h"
 #include "host/exports/string_stream.h"
 #include "host/exports/system.h"
@@ -258,6 +259,8 @@ const ExportEntry kRows[] = {
     RUNA1_EXPORT_ROW(Timer_Sleep, 4),
     // Movie
     // Menu screens
+    RUNA1_EXPORT_ROW(Nodali_SaveContextMenu, 8),
+    RUNA1_EXPORT_ROW(Nodali_LoadContextMenu, 8),
 };
 
 constexpr size_t kCount = sizeof(kRows) / sizeof(kRows[0]);

@@ -431,6 +431,13 @@ RUNA1_IMPORT(uint32_t) Timer_Sleep(uint32_t milliseconds);
 /* ---- Movie -------------------------------------------------------------------------------- */
 
 /* ---- Menu screens ------------------------------------------------------------------------- */
+/* Each screen draws into `target`, the image the module shows in the main window, runs until
+ * the player chooses, and gives the choice or -1. Their files: the archive and the cursor files
+ * "Arrow.cur" and "GripHand.cur" in the folder of the profile's "Installed" "BinDir"; the save
+ * files "nodali<page><slot>.sav" in "Installed" "SaveDir". Save and load: ten slots on each of
+ * the pages 1 to 5; the result is page * 10 + slot. */
+RUNA1_IMPORT(int32_t) Nodali_SaveContextMenu(GRAPHIC target, int32_t page);
+RUNA1_IMPORT(int32_t) Nodali_LoadContextMenu(GRAPHIC target, int32_t page);
 
 #ifdef __cplusplus
 }
