@@ -127,6 +127,14 @@ class User32WindowSystem : public WindowSystem {
     return DefWindowProcW(frame, message, wParam, lParam);
   }
 
+  void postMessage(HWND frame, uint32_t message, uintptr_t wParam, intptr_t lParam) override {
+    PostMessageW(frame, message, wParam, lParam);
+  }
+  uint32_t hostMessage() override {
+    static const UINT message = RegisterWindowMessageW(L"Z.P.K.Frame.Host");
+    return message;
+  }
+
   bool pumpMessages() override {
     MSG message;
     while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
