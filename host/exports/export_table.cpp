@@ -11,10 +11,12 @@
 #include "host/exports/main_window.h"
 #include "host/exports/module.h"
 #include "host/exports/numeric.h"
+#include "host/exports/pcm.h"
 #include "host/exports/services.h"
 #include "host/exports/system.h"
 #include "host/exports/text.h"
 #include "host/exports/view.h"
+#include "host/exports/wave_mixer.h"
 
 namespace {
 
@@ -222,6 +224,21 @@ const ExportEntry kRows[] = {
     // Font images
     // 3D
     // Wave mixer and sounds
+    RUNA1_EXPORT_ROW(WaveMixer_Open, 20),
+    RUNA1_EXPORT_ROW(WaveMixer_Close, 0),
+    RUNA1_EXPORT_ROW(WaveMixer_GetTotalVolume, 4),
+    RUNA1_EXPORT_ROW(WaveMixer_SetTotalVolume, 8),
+    RUNA1_EXPORT_ROW(PCM_ReadWave, 4),
+    RUNA1_EXPORT_ROW(PCM_Delete, 4),
+    RUNA1_EXPORT_ROW(PCM_WriteWave, 8),
+    RUNA1_EXPORT_ROW(PCM_PlayWave, 12),
+    RUNA1_EXPORT_ROW(PCM_PlayMusic, 16),
+    RUNA1_EXPORT_ROW(PCM_GetWaveFormat, 4),
+    RUNA1_EXPORT_ROW(PCM_GetCurrentPosition, 4),
+    RUNA1_EXPORT_ROW(PCM_GetVolumeStream, 20),
+    RUNA1_EXPORT_ROW(PCM_StopWave, 4),
+    RUNA1_EXPORT_ROW(PCM_SetVolume, 12),
+    RUNA1_EXPORT_ROW(PCM_IsPlaying, 4),
     // MIDI music
     // Timers
     // Movie
