@@ -187,13 +187,7 @@ uint32_t KSoundMixingService::Open(uint32_t bufferMs, uint32_t timerMs, uint32_t
   if (channels != 1 && channels != 2) return fail(VK_ERROR_SOUND, __LINE__, "Invalid channel number was specified.");
   if (bits != 8 && bits != 16) return fail(VK_ERROR_SOUND, __LINE__, "Invalid sampling bit count was specified.");
   os::Lock hold(lock_);
-  mixFormat_ = WAVEFORMATEX{};
-  mixFormat_.wFormatTag = WAVE_FORMAT_PCM;
-  mixFormat_.nChannels = static_cast<WORD>(channels);
-  mixFormat_.nSamplesPerSec = rate;
-  mixFormat_.wBitsPerSample = static_cast<WORD>(bits);
-  mixFormat_.nBlockAlign = static_cast<WORD>(bits / 8 * channels);
-  mixFormat_.nAvgBytesPerSec = rate * mixFormat_.nBlockAlign;
+  mixFormat_ = pcmFormat(static_cast<uint16_t>(channels), static_cast<uint16_t>(bits), rate);
   granularity_ = MeasureGranularity(mixFormat_);
   if (device_.open(&hWaveOut_, &mixFormat_, devicePosted, reinterpret_cast<DWORD_PTR>(this)) != MMSYSERR_NOERROR) {
     hWaveOut_ = nullptr;
@@ -603,12 +597,7 @@ KMixingChannel* KSoundMixingService::OpenChannel(KSoundChannel* owner, const WAV
       if (format->wFormatTag != WAVE_FORMAT_PCM) {
         channel->sourceFormat = channel->format;
         auto* decoded = static_cast<WAVEFORMATEX*>(vkAlloc(sizeof(WAVEFORMATEX), 1));
-        decoded->wFormatTag = WAVE_FORMAT_PCM;
-        decoded->nChannels = format->nChannels;
-        decoded->nSamplesPerSec = format->nSamplesPerSec;
-        decoded->wBitsPerSample = mixFormat_.wBitsPerSample;
-        decoded->nBlockAlign = static_cast<WORD>(decoded->nChannels * decoded->wBitsPerSample / 8);
-        decoded->nAvgBytesPerSec = decoded->nSamplesPerSec * decoded->nBlockAlign;
+        *decoded = pcmFormat(format->nChannels, mixFormat_.wBitsPerSample, format->nSamplesPerSec);
         channel->format = decoded;
         if (!mixable(*decoded) || acm::streamOpen(&channel->acmStream, channel->sourceFormat, decoded) != 0) {
           channel->acmStream = {};

@@ -122,12 +122,7 @@ uint32_t* KPCMSound::GetVolumeStream(uint32_t spanSamples, uint32_t percent, uin
   if (format->wFormatTag != WAVE_FORMAT_PCM) {
     // In a block of the library's, which the copy into the sound can always read.
     auto* pcm = static_cast<WAVEFORMATEX*>(vkAlloc(sizeof(WAVEFORMATEX), 1));
-    pcm->wFormatTag = WAVE_FORMAT_PCM;
-    pcm->nChannels = format->nChannels;
-    pcm->nSamplesPerSec = format->nSamplesPerSec;
-    pcm->wBitsPerSample = 16;
-    pcm->nBlockAlign = static_cast<WORD>(format->nChannels * 2);
-    pcm->nAvgBytesPerSec = pcm->nSamplesPerSec * pcm->nBlockAlign;
+    *pcm = pcmFormat(format->nChannels, 16, format->nSamplesPerSec);
     KACMStream stream;
     if (stream.Open(pcm, format) != 0) {
       vkFree(pcm);

@@ -28,17 +28,6 @@ const bool kNullAudio = [] {
   return true;
 }();
 
-WAVEFORMATEX pcm(uint16_t channels, uint16_t bits, uint32_t rate) {
-  WAVEFORMATEX f{};
-  f.wFormatTag = WAVE_FORMAT_PCM;
-  f.nChannels = channels;
-  f.nSamplesPerSec = rate;
-  f.wBitsPerSample = bits;
-  f.nBlockAlign = static_cast<uint16_t>(channels * bits / 8);
-  f.nAvgBytesPerSec = rate * f.nBlockAlign;
-  return f;
-}
-
 // What the devices played, 16-bit mono, per device in order of first sound.
 struct Heard {
   std::mutex lock;
@@ -69,7 +58,7 @@ struct Ramp {
   Ramp(uint32_t count, int16_t first = 1, uint32_t rate = kRate) {
     // The copy reads only memory it can tell is readable: the library's blocks, natively.
     auto* f = static_cast<WAVEFORMATEX*>(vkAlloc(sizeof(WAVEFORMATEX), 0));
-    *f = pcm(1, 16, rate);
+    *f = pcmFormat(1, 16, rate);
     auto* data = static_cast<int16_t*>(vkAlloc(count * 2, 0));
     for (uint32_t i = 0; i < count; ++i) data[i] = static_cast<int16_t>(first + static_cast<int32_t>(i));
     EXPECT_EQ(sound.SetWaveData(f, data, count * 2), 0u);
@@ -268,7 +257,7 @@ TEST_F(MixerTest, ChannelPositionsNeverPassThePlayedBuffers) {
 TEST_F(MixerTest, ABlockWrittenInsideANoticeFollowsAndACloseInsideANoticeWaitsForItsEnd) {
   open();
   ScriptedChannel channel;
-  WAVEFORMATEX f = pcm(1, 16, kRate);
+  WAVEFORMATEX f = pcmFormat(1, 16, kRate);
   ASSERT_EQ(channel.OpenOutput(&f), 0u);
   std::vector<int16_t> first(500, 100), second(500, 200);
   channel.onPlayed = [&](uint32_t user) {
@@ -330,7 +319,7 @@ TEST_F(MixerTest, FormatsTheMixerCannotTakeAreRefused) {
   KPCMSound sound;
   auto* data = static_cast<uint8_t*>(vkAlloc(64, 1));
   auto* twelve = reinterpret_cast<WAVEFORMATEX*>(data);
-  *twelve = pcm(1, 16, kRate);
+  *twelve = pcmFormat(1, 16, kRate);
   twelve->wBitsPerSample = 12;
   ASSERT_EQ(sound.SetWaveData(twelve, data, 64), 0u);
   EXPECT_EQ(sound.PlayWave(0, nullptr), VK_ERROR_SOUND);
@@ -375,7 +364,7 @@ TEST_F(MixerTest, ACompressedWaveIsDecodedWhileItIsMixed) {
   ASSERT_EQ(sound.ReadWaveFile(&file), 0u);
   const WaveData& wave = sound.Wave();
   // The whole wave decoded at once, as the mixer must hear it.
-  WAVEFORMATEX decoded = pcm(1, 16, 22050);
+  WAVEFORMATEX decoded = pcmFormat(1, 16, 22050);
   KACMStream stream;
   ASSERT_EQ(stream.Open(&decoded, wave.format), 0u);
   std::vector<int16_t> expected(stream.GetDestinationSize(wave.dataSize) / 2);

@@ -11,25 +11,15 @@
 #include "sound/device/wave_out.h"
 #include "sound/mixer/pcm_sound.h"
 #include "sound/wave/acm_stream.h"
+#include "sound/wave/mix_kernels.h"
 
 namespace {
-
-WAVEFORMATEX pcm(uint16_t channels, uint16_t bits, uint32_t rate) {
-  WAVEFORMATEX f{};
-  f.wFormatTag = WAVE_FORMAT_PCM;
-  f.nChannels = channels;
-  f.nSamplesPerSec = rate;
-  f.wBitsPerSample = bits;
-  f.nBlockAlign = static_cast<uint16_t>(channels * bits / 8);
-  f.nAvgBytesPerSec = rate * f.nBlockAlign;
-  return f;
-}
 
 // A 16-bit mono sound of spans of 100 frames, each a square wave of the given amplitude (whose
 // mean absolute deviation is that amplitude).
 void fillSpans(KPCMSound& sound, const std::vector<int16_t>& amplitudes) {
   auto* f = static_cast<WAVEFORMATEX*>(vkAlloc(sizeof(WAVEFORMATEX), 0));
-  *f = pcm(1, 16, 8000);
+  *f = pcmFormat(1, 16, 8000);
   uint32_t frames = static_cast<uint32_t>(amplitudes.size()) * 100;
   auto* data = static_cast<int16_t*>(vkAlloc(frames * 2, 0));
   for (uint32_t i = 0; i < frames; ++i) data[i] = static_cast<int16_t>(i % 2 ? amplitudes[i / 100] : -amplitudes[i / 100]);
