@@ -12,7 +12,7 @@ runa1_start_pulse() {
   RUNA1_PULSE_PID=
   command -v pulseaudio >/dev/null 2>&1 || return 1
   local dir="${1:-$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)/build/pulse}"
-  rm -rf "$dir"
+  rm -rf "$dir/runtime" "$dir/state"
   mkdir -p "$dir/runtime" "$dir/state"
   chmod 700 "$dir/runtime"
   cat >"$dir/server.pa" <<PA
