@@ -16,17 +16,6 @@ namespace {
 
 constexpr uint32_t kFrames = 4096;  // about 93 ms: a mix buffer of the service
 
-WAVEFORMATEX pcm(uint16_t channels, uint16_t bits, uint32_t rate) {
-  WAVEFORMATEX f{};
-  f.wFormatTag = WAVE_FORMAT_PCM;
-  f.nChannels = channels;
-  f.nSamplesPerSec = rate;
-  f.wBitsPerSample = bits;
-  f.nBlockAlign = static_cast<uint16_t>(channels * bits / 8);
-  f.nAvgBytesPerSec = rate * f.nBlockAlign;
-  return f;
-}
-
 struct Buffers {
   std::vector<int16_t> source, mix;
   Buffers() : source(2 * kFrames), mix(2 * kFrames) {
@@ -48,7 +37,7 @@ void waveMix(benchmark::State& state, MixVariant variant) {
     return;
   }
   Buffers b;
-  WAVEFORMATEX f = pcm(2, 16, 44100);
+  WAVEFORMATEX f = pcmFormat(2, 16, 44100);
   MixVariant saved = activeMixVariant();
   setActiveMixVariant(variant);
   for (auto _ : state) {
@@ -84,7 +73,7 @@ void copy(benchmark::State& state) {
 BENCHMARK(copy);
 
 void waveConvert(benchmark::State& state) {
-  WAVEFORMATEX from = pcm(1, 8, 22050), to = pcm(2, 16, 44100);
+  WAVEFORMATEX from = pcmFormat(1, 8, 22050), to = pcmFormat(2, 16, 44100);
   std::vector<uint8_t> source(kFrames / 2 + 1);
   std::mt19937 random(6);
   for (auto& s : source) s = static_cast<uint8_t>(random());

@@ -11,8 +11,9 @@ native_pkgs=(cmake make ninja-build g++ clang libclang-rt-14-dev googletest libb
              xvfb xauth x11-utils xdotool x11-apps netpbm
              libfreetype-dev libfontconfig-dev fonts-ipafont-gothic libsdl2-dev
              sox pulseaudio pulseaudio-utils timgm6mb-soundfont fluidsynth python3-mido espeak-ng)
-# Wine with its 32-bit half, which needs the i386 architecture.
-wine_pkgs=(wine wine32:i386)
+# Wine with its 32-bit half, which needs the i386 architecture; its PulseAudio driver needs the
+# 32-bit client library.
+wine_pkgs=(wine wine32:i386 libpulse0:i386)
 
 missing=()
 for p in "${native_pkgs[@]}" "${wine_pkgs[@]}"; do

@@ -16,14 +16,18 @@ run() {
 run native
 run asan
 
-# Window tests need an X server: each run gets its own Xvfb.
+# Window tests need an X server, sound tests an audio server: each run gets its own Xvfb and
+# its own PulseAudio with a null sink, whose monitor the sound tests record.
 . "$here/x11-env.sh"
 runa1_start_xvfb || true
-trap runa1_stop_xvfb EXIT
+. "$here/pulse-env.sh"
+runa1_start_pulse "$(cd "$root" && pwd)/pulse" || echo "run-tests: PulseAudio did not start; the sound tests will fail" >&2
+trap 'runa1_stop_xvfb; runa1_stop_pulse' EXIT
 
 . "$here/wine-env.sh"
 runa1_wine_prefix
 wineserver -p
+runa1_wine_audio_pulse
 # Wine's helper processes (services, devices) outlive the program that started them; start
 # them here, away from CTest's output pipes, which they would otherwise hold open.
 wine cmd /c exit >/dev/null 2>&1 </dev/null || true

@@ -8,6 +8,7 @@
 #include "host/frame/main_frame.h"
 #include "host/module/zpk_text.h"
 #include "host/module/zpk_thread.h"
+#include "sound/mixer/mixing_service.h"
 
 namespace {
 
@@ -93,6 +94,8 @@ int CZPKApp::Run() {
     frame.StopTimer();
     windows.pumpMessages();  // what is left in the queue before the frame goes
   }
+  // The module thread is gone: its sounds end before its finaliser runs.
+  theMixingService().Close();
   module_.Delete();  // the finaliser runs on this thread
   return 0;
 }

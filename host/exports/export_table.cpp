@@ -16,6 +16,7 @@
 #include "host/exports/numeric.h"
 #include "host/exports/record_file.h"
 #include "host/exports/screens.h"
+#include "host/exports/pcm.h"
 #include "host/exports/services.h"
 #include "host/exports/string_stream.h"
 #include "host/exports/system.h"
@@ -23,6 +24,7 @@
 #include "host/exports/timer.h"
 #include "host/exports/view.h"
 #include "host/exports/zbuffer.h"
+#include "host/exports/wave_mixer.h"
 
 namespace {
 
@@ -247,6 +249,21 @@ const ExportEntry kRows[] = {
     RUNA1_EXPORT_ROW(k3dNormalizeForDrawPolygon, 24),
     RUNA1_EXPORT_ROW(k3dDrawTexturePlygon, 36),
     // Wave mixer and sounds
+    RUNA1_EXPORT_ROW(WaveMixer_Open, 20),
+    RUNA1_EXPORT_ROW(WaveMixer_Close, 0),
+    RUNA1_EXPORT_ROW(WaveMixer_GetTotalVolume, 4),
+    RUNA1_EXPORT_ROW(WaveMixer_SetTotalVolume, 8),
+    RUNA1_EXPORT_ROW(PCM_ReadWave, 4),
+    RUNA1_EXPORT_ROW(PCM_Delete, 4),
+    RUNA1_EXPORT_ROW(PCM_WriteWave, 8),
+    RUNA1_EXPORT_ROW(PCM_PlayWave, 12),
+    RUNA1_EXPORT_ROW(PCM_PlayMusic, 16),
+    RUNA1_EXPORT_ROW(PCM_GetWaveFormat, 4),
+    RUNA1_EXPORT_ROW(PCM_GetCurrentPosition, 4),
+    RUNA1_EXPORT_ROW(PCM_GetVolumeStream, 20),
+    RUNA1_EXPORT_ROW(PCM_StopWave, 4),
+    RUNA1_EXPORT_ROW(PCM_SetVolume, 12),
+    RUNA1_EXPORT_ROW(PCM_IsPlaying, 4),
     // MIDI music
     // Timers
     RUNA1_EXPORT_ROW(Timer_Create, 12),

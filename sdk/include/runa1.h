@@ -409,6 +409,35 @@ RUNA1_IMPORT(void) k3dDrawTexturePlygon(ImageInfo* destination, K3DPoint* polygo
                                         K3DVector* axisV, int32_t center[2], int32_t focal);
 
 /* ---- Wave mixer and sounds ---------------------------------------------------------------- */
+/* The mixer: buffers of bufferMs, mixed ahead on a timer of timerMs, in one PCM format (1 or 2
+ * channels, 8 or 16 bits). Before WaveMixer_Open each sound plays on a device of its own.
+ * Master volumes are 0 to 0xFFFF per side. */
+RUNA1_IMPORT(uint32_t) WaveMixer_Open(uint32_t bufferMs, uint32_t timerMs, uint32_t rate, int32_t channels,
+                                      int32_t bits);
+RUNA1_IMPORT(uint32_t) WaveMixer_Close(void);
+RUNA1_IMPORT(uint32_t) WaveMixer_GetTotalVolume(uint32_t volumes[2]);
+RUNA1_IMPORT(uint32_t) WaveMixer_SetTotalVolume(uint32_t left, uint32_t right);
+
+typedef RUNA1_HANDLE KPCMSOUND; /* a RIFF wave in memory, PCM or compressed */
+
+/* Null when the file is no wave (ZPK_GetLastErrorMessage does not apply; the library's record
+ * keeps the reason). */
+RUNA1_IMPORT(KPCMSOUND) PCM_ReadWave(KFILE file);
+RUNA1_IMPORT(uint32_t) PCM_Delete(KPCMSOUND sound);
+RUNA1_IMPORT(uint32_t) PCM_WriteWave(KPCMSOUND sound, KFILE file);
+/* `event` (may be 0) is set when a sound that does not loop has been played. */
+RUNA1_IMPORT(uint32_t) PCM_PlayWave(KPCMSOUND sound, int32_t looped, HANDLE event);
+/* Plays to the frame loopSample, then loops from there to the end (0: the whole wave). */
+RUNA1_IMPORT(uint32_t) PCM_PlayMusic(KPCMSOUND sound, uint32_t loopSample, int32_t looped, HANDLE event);
+RUNA1_IMPORT(const WAVEFORMATEX*) PCM_GetWaveFormat(KPCMSOUND sound);
+RUNA1_IMPORT(uint32_t) PCM_GetCurrentPosition(KPCMSOUND sound);
+/* A GlobalAlloc block for GlobalFree: word 0 the count of spans, then a level per span. */
+RUNA1_IMPORT(uint32_t*) PCM_GetVolumeStream(KPCMSOUND sound, uint32_t spanSamples, uint32_t percent,
+                                            uint32_t maxLevel, uint32_t decayDivisor);
+RUNA1_IMPORT(uint32_t) PCM_StopWave(KPCMSOUND sound);
+/* 65535 is unity gain. */
+RUNA1_IMPORT(uint32_t) PCM_SetVolume(KPCMSOUND sound, uint32_t left, uint32_t right);
+RUNA1_IMPORT(uint32_t) PCM_IsPlaying(KPCMSOUND sound);
 
 /* ---- MIDI music --------------------------------------------------------------------------- */
 

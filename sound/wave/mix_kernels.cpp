@@ -174,6 +174,17 @@ MixVariant activeVariant = widestVariant();
 
 }  // namespace
 
+WAVEFORMATEX pcmFormat(uint16_t channels, uint16_t bits, uint32_t rate) {
+  WAVEFORMATEX f{};
+  f.wFormatTag = WAVE_FORMAT_PCM;
+  f.nChannels = channels;
+  f.nSamplesPerSec = rate;
+  f.wBitsPerSample = bits;
+  f.nBlockAlign = static_cast<WORD>(channels * bits / 8);
+  f.nAvgBytesPerSec = rate * f.nBlockAlign;
+  return f;
+}
+
 int32_t reducedVolume(uint32_t floatBits) {
   uint32_t b = floatBits & ~kSignBit;
   int32_t v = static_cast<int32_t>((b >> 22) + ((b >> 21) & 1)) - 254;

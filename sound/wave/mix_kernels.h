@@ -28,6 +28,9 @@ uint32_t WaveSilence(const WAVEFORMATEX* format, void* dst, uint32_t count);
 uint32_t WaveChangeVolume(const WAVEFORMATEX* format, void* dst, const void* src, const float* newVolume,
                           const float* oldVolume, uint32_t count);
 
+// A PCM format record: block align and bytes per second follow from the rest, cbSize 0.
+WAVEFORMATEX pcmFormat(uint16_t channels, uint16_t bits, uint32_t rate);
+
 // ---- The reduced volume and the loops behind WaveMix ---------------------------------------
 
 // The gain in half octaves of a float's bits, -30 to 14: 2k is 2^k, 2k + 1 is 1.5 * 2^k.

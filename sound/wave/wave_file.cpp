@@ -7,6 +7,7 @@
 #include "base/error.h"
 #include "base/os/os.h"
 #include "sound/wave/acm.h"
+#include "sound/wave/mix_kernels.h"
 
 namespace {
 
@@ -113,13 +114,7 @@ uint32_t copyWaveData(WaveData* wave, const WAVEFORMATEX* format, const void* da
 uint32_t FormatSamplesToBytes(const WAVEFORMATEX* format, uint32_t samples) {
   uint32_t bytes = format->nChannels * (format->wBitsPerSample / 8) * samples;
   if (format->wFormatTag == WAVE_FORMAT_PCM) return bytes;
-  WAVEFORMATEX pcm{};
-  pcm.wFormatTag = WAVE_FORMAT_PCM;
-  pcm.nChannels = format->nChannels;
-  pcm.nSamplesPerSec = format->nSamplesPerSec;
-  pcm.wBitsPerSample = 16;
-  pcm.nBlockAlign = static_cast<WORD>(format->nChannels * 2);
-  pcm.nAvgBytesPerSec = pcm.nSamplesPerSec * pcm.nBlockAlign;
+  WAVEFORMATEX pcm = pcmFormat(format->nChannels, 16, format->nSamplesPerSec);
   pcm.cbSize = format->cbSize;
   // The codec is given the whole record, with the extra bytes behind it that it may read.
   acm::Stream stream;

@@ -12,6 +12,7 @@
 #include "files/file_obj.h"
 #include "sound/wave/acm_stream.h"
 #include "sound/wave/adpcm.h"
+#include "sound/wave/mix_kernels.h"
 #include "sound/wave/wave_file.h"
 
 namespace {
@@ -37,14 +38,7 @@ struct SampleWave {
 };
 
 WAVEFORMATEX pcmLike(const WAVEFORMATEX& source, uint16_t bits) {
-  WAVEFORMATEX f{};
-  f.wFormatTag = WAVE_FORMAT_PCM;
-  f.nChannels = source.nChannels;
-  f.nSamplesPerSec = source.nSamplesPerSec;
-  f.wBitsPerSample = bits;
-  f.nBlockAlign = static_cast<uint16_t>(source.nChannels * bits / 8);
-  f.nAvgBytesPerSec = f.nSamplesPerSec * f.nBlockAlign;
-  return f;
+  return pcmFormat(source.nChannels, bits, source.nSamplesPerSec);
 }
 
 // The engine's decoders and the system's IMA codec give sox's samples exactly; the system's

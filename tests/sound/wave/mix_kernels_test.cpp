@@ -9,17 +9,6 @@
 
 namespace {
 
-WAVEFORMATEX pcm(uint16_t channels, uint16_t bits, uint32_t rate = 22050) {
-  WAVEFORMATEX f{};
-  f.wFormatTag = WAVE_FORMAT_PCM;
-  f.nChannels = channels;
-  f.nSamplesPerSec = rate;
-  f.wBitsPerSample = bits;
-  f.nBlockAlign = static_cast<uint16_t>(channels * bits / 8);
-  f.nAvgBytesPerSec = rate * f.nBlockAlign;
-  return f;
-}
-
 float floatOf(uint32_t bits) {
   float f;
   std::memcpy(&f, &bits, 4);
@@ -68,7 +57,7 @@ TEST(MixVolumeTest, FloatsReduceToHalfOctavesByTheirBits) {
 }
 
 TEST(WaveMixTest, UnityAddsWithSaturationAtBothEndsOnEveryVariant) {
-  WAVEFORMATEX f = pcm(2, 16);
+  WAVEFORMATEX f = pcmFormat(2, 16, 22050);
   forEachVariant([&] {
     // 19 frames: 38 values, not a multiple of 8 or 16, so the tails run too.
     std::vector<int16_t> dst(38), src(38);
@@ -85,7 +74,7 @@ TEST(WaveMixTest, UnityAddsWithSaturationAtBothEndsOnEveryVariant) {
 }
 
 TEST(WaveMixTest, GainsShiftAndTakeTheHalfStep) {
-  WAVEFORMATEX f = pcm(1, 16);
+  WAVEFORMATEX f = pcmFormat(1, 16, 22050);
   forEachVariant([&] {
     struct Case {
       float volume;
@@ -102,7 +91,7 @@ TEST(WaveMixTest, GainsShiftAndTakeTheHalfStep) {
 }
 
 TEST(WaveMixTest, EightBitSamplesAreCentredAndSaturateAgainstTheRawByte) {
-  WAVEFORMATEX f = pcm(1, 8);
+  WAVEFORMATEX f = pcmFormat(1, 8, 22050);
   uint8_t dst[4] = {0x80, 0x10, 0xF0, 0x80};
   uint8_t src[4] = {0x90, 0x00, 0xFF, 0x7F};
   float zero = 0.0f;
@@ -114,7 +103,7 @@ TEST(WaveMixTest, EightBitSamplesAreCentredAndSaturateAgainstTheRawByte) {
 }
 
 TEST(WaveMixTest, ANegativeVolumeOnOneSideSubtractsOnBothWithEachSidesMagnitude) {
-  WAVEFORMATEX f = pcm(2, 16);
+  WAVEFORMATEX f = pcmFormat(2, 16, 22050);
   forEachVariant([&] {
     std::vector<int16_t> dst(40, 1000), src(40, 400);
     float volume[2] = {1.0f, -2.0f};
@@ -126,7 +115,7 @@ TEST(WaveMixTest, ANegativeVolumeOnOneSideSubtractsOnBothWithEachSidesMagnitude)
 TEST(WaveMixTest, AddingThenSubtractingTheSameGainRestoresTheMix) {
   std::mt19937 random(7);
   for (uint16_t bits : {8, 16}) {
-    WAVEFORMATEX f = pcm(2, bits);
+    WAVEFORMATEX f = pcmFormat(2, bits, 22050);
     std::vector<uint8_t> dst(400), src(400);
     for (auto& b : dst) b = static_cast<uint8_t>(bits == 8 ? 0x70 + random() % 32 : random() % 64);
     for (auto& b : src) b = static_cast<uint8_t>(bits == 8 ? 0x70 + random() % 32 : random() % 64);
@@ -154,7 +143,7 @@ TEST(WaveMixTest, VectorVariantsEqualThePlainLoopToTheBit) {
     }
   };
   for (int round = 0; round < 3000; ++round) {
-    WAVEFORMATEX f = pcm(static_cast<uint16_t>(1 + random() % 2), 16);
+    WAVEFORMATEX f = pcmFormat(static_cast<uint16_t>(1 + random() % 2), 16, 22050);
     uint32_t count = random() % 300, offset = random() % 8;
     std::vector<int16_t> src(offset + count * 2 + 1), start(offset + count * 2 + 1);
     bool loud = random() % 2;
@@ -180,7 +169,7 @@ TEST(WaveMixTest, VectorVariantsEqualThePlainLoopToTheBit) {
 }
 
 TEST(WaveChangeVolumeTest, NeighbouringStepsChangeInOnePassAndMatchADirectMix) {
-  WAVEFORMATEX f = pcm(2, 16);
+  WAVEFORMATEX f = pcmFormat(2, 16, 22050);
   std::mt19937 random(3);
   std::vector<int16_t> src(200);
   for (auto& s : src) s = static_cast<int16_t>(static_cast<int>(random() % 8000) - 4000);
@@ -200,7 +189,7 @@ TEST(WaveChangeVolumeTest, NeighbouringStepsChangeInOnePassAndMatchADirectMix) {
 TEST(WaveChangeVolumeTest, OneStepDownIsAQuarterOfTheOldGainTakenAway) {
   // From 1.0 (v 0) to 0.75 (v -1): one pass of -0.25, which differs from a direct mix at 0.75
   // by the rounding of the shifts.
-  WAVEFORMATEX f = pcm(1, 16);
+  WAVEFORMATEX f = pcmFormat(1, 16, 22050);
   int16_t src[1] = {1001}, dst[1] = {1001};
   float from = 1.0f, to = 0.75f;
   ASSERT_EQ(WaveChangeVolume(&f, dst, src, &to, &from, 1), 0u);
@@ -208,7 +197,7 @@ TEST(WaveChangeVolumeTest, OneStepDownIsAQuarterOfTheOldGainTakenAway) {
 }
 
 TEST(WaveChangeVolumeTest, FarStepsAndRemovalTakeTwoPasses) {
-  WAVEFORMATEX f = pcm(2, 16);
+  WAVEFORMATEX f = pcmFormat(2, 16, 22050);
   std::vector<int16_t> src(64), base(64);
   for (size_t i = 0; i < 64; ++i) {
     src[i] = static_cast<int16_t>(i * 37 - 1000);
@@ -230,7 +219,7 @@ TEST(WaveChangeVolumeTest, FarStepsAndRemovalTakeTwoPasses) {
 }
 
 TEST(WaveChangeVolumeTest, ASignChangeTakesTwoPassesButASignAloneChangesNothing) {
-  WAVEFORMATEX f = pcm(1, 16);
+  WAVEFORMATEX f = pcmFormat(1, 16, 22050);
   int16_t src[8] = {100, 200, -300, 400, 500, -600, 700, 800}, dst[8] = {};
   float plus = 1.0f, minus = -1.0f, minusTwo = -2.0f;
   ASSERT_EQ(WaveMix(&f, dst, src, &plus, 8), 0u);
@@ -241,7 +230,7 @@ TEST(WaveChangeVolumeTest, ASignChangeTakesTwoPassesButASignAloneChangesNothing)
 }
 
 TEST(WaveConvertTest, EqualRatesConvertWidthAndChannels) {
-  WAVEFORMATEX m8 = pcm(1, 8), s8 = pcm(2, 8), m16 = pcm(1, 16), s16 = pcm(2, 16);
+  WAVEFORMATEX m8 = pcmFormat(1, 8, 22050), s8 = pcmFormat(2, 8, 22050), m16 = pcmFormat(1, 16, 22050), s16 = pcmFormat(2, 16, 22050);
   uint8_t bytes[3] = {0x00, 0x80, 0xFF};
   int16_t words[3];
   ASSERT_EQ(WaveConvert(&m16, words, &m8, bytes, 3), 0u);
@@ -268,7 +257,7 @@ TEST(WaveConvertTest, EqualRatesConvertWidthAndChannels) {
 }
 
 TEST(WaveConvertTest, PowerOfTwoRatesAverageDownAndInterpolateUpWithALag) {
-  WAVEFORMATEX r44 = pcm(1, 16, 44100), r11 = pcm(1, 16, 11025);
+  WAVEFORMATEX r44 = pcmFormat(1, 16, 44100), r11 = pcmFormat(1, 16, 11025);
   int16_t in[8] = {0, 4, 8, 12, 100, 100, -3, -4};
   int16_t down[2];
   ASSERT_EQ(WaveConvert(&r11, down, &r44, in, 2), 0u);
@@ -281,7 +270,7 @@ TEST(WaveConvertTest, PowerOfTwoRatesAverageDownAndInterpolateUpWithALag) {
 }
 
 TEST(WaveConvertTest, OtherRatesStepInSixteenSixteenWithRounding) {
-  WAVEFORMATEX r3 = pcm(1, 16, 30000), r2 = pcm(1, 16, 20000);
+  WAVEFORMATEX r3 = pcmFormat(1, 16, 30000), r2 = pcmFormat(1, 16, 20000);
   // 3 outputs from 2 inputs at 20 to 30 kHz: step (1 << 16) / 2, half-way values rounded up.
   int16_t in[2] = {0, 101}, out[3];
   ASSERT_EQ(WaveConvert(&r3, out, &r2, in, 3), 0u);
@@ -290,7 +279,7 @@ TEST(WaveConvertTest, OtherRatesStepInSixteenSixteenWithRounding) {
   ASSERT_EQ(WaveConvert(&r3, out, &r2, in, 1), 0u);
   EXPECT_EQ(out[0], 0);
   // Stereo to mono with 8-bit output, through the rate change.
-  WAVEFORMATEX s16 = pcm(2, 16, 20000), m8 = pcm(1, 8, 40000);
+  WAVEFORMATEX s16 = pcmFormat(2, 16, 20000), m8 = pcmFormat(1, 8, 40000);
   int16_t stereo[4] = {0x1000, 0x3000, 0x1000, 0x3000};
   uint8_t bytes[4];
   ASSERT_EQ(WaveConvert(&m8, bytes, &s16, stereo, 4), 0u);
@@ -298,7 +287,7 @@ TEST(WaveConvertTest, OtherRatesStepInSixteenSixteenWithRounding) {
 }
 
 TEST(WaveSizeConvertTest, RoundsUpForSourcesAndDownForDestinations) {
-  WAVEFORMATEX r44 = pcm(2, 16, 44100), r22 = pcm(1, 8, 22050), r1 = pcm(1, 8, 1);
+  WAVEFORMATEX r44 = pcmFormat(2, 16, 44100), r22 = pcmFormat(1, 8, 22050), r1 = pcmFormat(1, 8, 1);
   EXPECT_EQ(WaveSizeConvert(&r44, &r22, 101, 0), 51u);
   EXPECT_EQ(WaveSizeConvert(&r44, &r22, 101, 1), 202u);
   EXPECT_EQ(WaveSizeConvert(&r22, &r44, 101, 1), 50u);
@@ -310,7 +299,7 @@ TEST(WaveSizeConvertTest, RoundsUpForSourcesAndDownForDestinations) {
 }
 
 TEST(WaveMeasureTest, MeanAbsoluteDeviationPerChannelOnTheSixteenBitScale) {
-  WAVEFORMATEX s16 = pcm(2, 16), m8 = pcm(1, 8);
+  WAVEFORMATEX s16 = pcmFormat(2, 16, 22050), m8 = pcmFormat(1, 8, 22050);
   int16_t frames[8] = {1000, 5, -1000, 5, 1000, 5, -1000, 5};
   uint32_t out[2] = {9, 9};
   ASSERT_EQ(WaveMeasure(out, &s16, frames, 4), 0u);
@@ -329,7 +318,7 @@ TEST(MixKernelErrorTest, BadFormatsAreRefusedWithTheirTextsAndBuffersUntouched) 
   uint8_t dst[64] = {1, 2, 3}, src[64] = {4, 5, 6};
   uint8_t saved[64];
   std::memcpy(saved, dst, 64);
-  WAVEFORMATEX tag = pcm(1, 16), channels = pcm(1, 16), bits = pcm(1, 16), good = pcm(1, 16);
+  WAVEFORMATEX tag = pcmFormat(1, 16, 22050), channels = pcmFormat(1, 16, 22050), bits = pcmFormat(1, 16, 22050), good = pcmFormat(1, 16, 22050);
   tag.wFormatTag = 2;
   channels.nChannels = 0;
   bits.wBitsPerSample = 12;
@@ -353,7 +342,7 @@ TEST(MixKernelErrorTest, BadFormatsAreRefusedWithTheirTextsAndBuffersUntouched) 
     EXPECT_EQ(c.result, 2u) << c.text;
   }
   EXPECT_EQ(std::memcmp(dst, saved, 64), 0);
-  WAVEFORMATEX noRate = pcm(1, 16, 0);
+  WAVEFORMATEX noRate = pcmFormat(1, 16, 0);
   EXPECT_EQ(WaveConvert(&good, dst, &noRate, src, 4), 2u) << "a rate of 0 cannot be reached by doubling";
   EXPECT_STREQ(lastMessage(), "Invalid parameter is specified.");
   EXPECT_EQ(WaveMix(&tag, dst, src, nullptr, 0), 0u) << "a count of 0 returns before the checks";
@@ -361,7 +350,7 @@ TEST(MixKernelErrorTest, BadFormatsAreRefusedWithTheirTextsAndBuffersUntouched) 
 }
 
 TEST(MixKernelErrorTest, EachRefusalNamesItsUnitAndText) {
-  WAVEFORMATEX tag = pcm(1, 16);
+  WAVEFORMATEX tag = pcmFormat(1, 16, 22050);
   tag.wFormatTag = 0x11;
   uint8_t buffer[8] = {};
   WaveMix(&tag, buffer, buffer, nullptr, 1);
@@ -370,7 +359,7 @@ TEST(MixKernelErrorTest, EachRefusalNamesItsUnitAndText) {
 }
 
 TEST(WaveSilenceTest, FillsWithTheCentreOfEachWidth) {
-  WAVEFORMATEX s8 = pcm(2, 8), m16 = pcm(1, 16);
+  WAVEFORMATEX s8 = pcmFormat(2, 8, 22050), m16 = pcmFormat(1, 16, 22050);
   uint8_t bytes[10];
   std::memset(bytes, 1, 10);
   ASSERT_EQ(WaveSilence(&s8, bytes, 4), 0u);

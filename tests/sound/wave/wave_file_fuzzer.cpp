@@ -7,6 +7,7 @@
 
 #include "base/error.h"
 #include "sound/wave/acm_stream.h"
+#include "sound/wave/mix_kernels.h"
 #include "sound/wave/wave_file.h"
 #include "tests/files/memory_file.h"
 
@@ -28,12 +29,7 @@ void requireReaderReport(uint32_t result) {
 // Decodes a compressed wave whole, as the level envelope of a sound does.
 void decodeWhole(const WaveData& wave) {
   const WAVEFORMATEX& format = *wave.format;
-  WAVEFORMATEX pcm{};
-  pcm.wFormatTag = WAVE_FORMAT_PCM;
-  pcm.nChannels = format.nChannels;
-  pcm.nSamplesPerSec = format.nSamplesPerSec;
-  pcm.wBitsPerSample = 16;
-  pcm.nBlockAlign = static_cast<WORD>(format.nChannels * 2);
+  WAVEFORMATEX pcm = pcmFormat(format.nChannels, 16, format.nSamplesPerSec);
   KACMStream stream;
   if (stream.Open(&pcm, &format) != 0) return;
   uint32_t size = stream.GetDestinationSize(wave.dataSize);
