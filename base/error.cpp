@@ -118,15 +118,14 @@ int vkMessageBox(const char* format, uint32_t flags, ...) {
 
 namespace vk_internal {
 
-bool retryAllocation(size_t requestedBytes) {
+int retryAllocation(size_t requestedBytes) {
   // Formatted here rather than by vkMessageBox, which would need memory itself.
   char text[256];
   std::snprintf(text, sizeof(text),
                 "The memory allocation failed.\nThe requested size is %d [bytes].\n"
                 "You can close other alplications, and free memory.\nDo you retry the allocation?",
                 static_cast<int>(requestedBytes));
-  return os::messageBox(text, kCaption, MB_RETRYCANCEL | MB_ICONEXCLAMATION | MB_SETFOREGROUND) ==
-         IDRETRY;
+  return os::messageBox(text, kCaption, MB_RETRYCANCEL | MB_ICONEXCLAMATION | MB_SETFOREGROUND);
 }
 
 }  // namespace vk_internal

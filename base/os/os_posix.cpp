@@ -5,6 +5,8 @@
 #include <iconv.h>
 #include <signal.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -297,10 +299,27 @@ void closeEvent(EventHandle handle) { delete static_cast<Event*>(handle); }
 
 namespace {
 std::atomic<RaiseHook> raiseHook{nullptr};
+std::atomic<FaultFilter> faultFilter{nullptr};
 }
 
 void raiseException(uint32_t code) {
-  if (RaiseHook hook = raiseHook.load()) hook(code);
+  if (RaiseHook hook = raiseHook.load()) return hook(code);
+  FaultFilter filter = faultFilter.load();
+  if (!filter) return;
+  EXCEPTION_RECORD record{};
+  record.ExceptionCode = code;
+  CONTEXT context{};
+  EXCEPTION_POINTERS pointers{&record, &context};
+  if (filter(&pointers) != -1) std::abort();
+}
+
+FaultFilter setFaultFilter(FaultFilter filter) { return faultFilter.exchange(filter); }
+
+bool readMemory(uintptr_t address, void* out, size_t bytes) {
+  // The kernel copies for us and answers EFAULT where a plain read would fault.
+  iovec local{out, bytes};
+  iovec remote{reinterpret_cast<void*>(address), bytes};
+  return process_vm_readv(getpid(), &local, 1, &remote, 1, 0) == static_cast<ssize_t>(bytes);
 }
 
 RaiseHook setRaiseHook(RaiseHook hook) { return raiseHook.exchange(hook); }
@@ -460,6 +479,11 @@ bool chooseFileToOpen(const char* filter, const char*, uint32_t, std::string*) {
   return false;
 }
 
+bool chooseFileToSave(const char*, const char* title, uint32_t, uint32_t, std::string*) {
+  writeDiagnostic("runa1: file dialog \"" + shiftJisToUtf8(title) + "\": cancel\n");
+  return false;
+}
+
 std::string commandLineArguments() {
   std::string line;
   FILE* file = std::fopen("/proc/self/cmdline", "rb");
@@ -480,6 +504,24 @@ std::string commandLineArguments() {
 }
 
 bool setCurrentDirectory(const char* path) { return chdir(path) == 0; }
+
+std::string environmentVariable(const char* name) {
+  const char* value = std::getenv(name);
+  std::string text;
+  if (value && !utf8ToShiftJis(value, &text)) text = value;
+  return text;
+}
+
+std::string executablePath(uint32_t maxLength) {
+  std::vector<char> buffer(PATH_MAX);
+  ssize_t length = readlink("/proc/self/exe", buffer.data(), buffer.size());
+  if (length <= 0) return {};
+  return std::string(buffer.data(), std::min<size_t>(static_cast<size_t>(length), maxLength));
+}
+
+uint32_t currentThreadId() { return static_cast<uint32_t>(syscall(SYS_gettid)); }
+
+void exitProcess(uint32_t code) { std::_Exit(static_cast<int>(code)); }
 
 std::string currentDirectory(uint32_t maxLength) {
   std::vector<char> buffer(static_cast<size_t>(maxLength) + 1);
