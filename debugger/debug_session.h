@@ -32,6 +32,9 @@ class CZPKDebugSession {
   void ArmBreakpoint(int32_t procedure);
   void DisarmBreakpoint(int32_t procedure);
 
+  uint32_t ImageSize() const { return record_.imageSize; }
+  uint8_t ImageByte(uint32_t offset) const { return image_[offset]; }
+
   // The procedure whose entry lies at image offset `offset`, or -1.
   int32_t ProcedureAtEntry(uint32_t offset) const;
   int32_t ProcedureNamed(const char* name) const;
