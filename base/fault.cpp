@@ -12,13 +12,7 @@
 
 namespace {
 
-struct CodeName {
-  uint32_t code;
-  const char* name;
-};
-
-// Walked in order; the last pair's name stands for every code not listed.
-constexpr CodeName kExceptionNames[] = {
+constexpr vk_internal::CodeText kExceptionNames[] = {
     {0xC0000005, "Access violation"},
     {0x80000002, "Data-type miss-alignment"},
     {0xC000008C, "Array bounds exceeded"},
@@ -314,9 +308,7 @@ bool answerApart(uint32_t code, EXCEPTION_POINTERS* pointers, FaultOutcome* outc
 }  // namespace
 
 const char* vkGetExceptionName(uint32_t code) {
-  const CodeName* entry = kExceptionNames;
-  while (entry->code != code && entry->code != 0xFFFFFFFF) ++entry;
-  return entry->name;
+  return vk_internal::textOfCode(kExceptionNames, code);
 }
 
 char* vkSaveLogDialog(uint32_t kind) {

@@ -8,6 +8,18 @@
 
 namespace vk_internal {
 
+// A text table of codes: walked in order, its last pair (code 0xFFFFFFFF) stands for every
+// code not listed.
+struct CodeText {
+  uint32_t code;
+  const char* text;
+};
+
+inline const char* textOfCode(const CodeText* table, uint32_t code) {
+  while (table->code != code && table->code != 0xFFFFFFFF) ++table;
+  return table->text;
+}
+
 // The retry dialog of a failed allocation of `requestedBytes`: the button pressed (IDRETRY,
 // IDCANCEL), or 0 when the box itself failed.
 int retryAllocation(size_t requestedBytes);

@@ -319,6 +319,13 @@ class GeneralReportTest : public testing::Test {
            "Access violation exception." + end + end + registers(end);
   }
 
+  // Answers the fault, expecting `outcome`, and gives what the boxes showed.
+  std::string answerShown(FaultOutcome outcome) {
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(fault.answer(), outcome);
+    return testing::internal::GetCapturedStderr();
+  }
+
   // Any other exception in between: the next fault is not one that came straight back.
   void TearDown() override { Fault(VK_EXCEPTION_SINGLE_STEP, 0).answer(); }
 
@@ -328,9 +335,7 @@ class GeneralReportTest : public testing::Test {
 
 TEST_F(GeneralReportTest, TheBoxShowsTheRegistersAndNoEnds) {
   runa1_test::AutoAnswer answer("no");
-  testing::internal::CaptureStderr();
-  EXPECT_EQ(fault.answer(), FaultOutcome::End);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+  EXPECT_EQ(answerShown(FaultOutcome::End),
             kBox + os::shiftJisToUtf8(head("\n")) +
                 "Do you save more usefull information to debug?\n"
                 "You can send me a log file, and you may be received a debuged software.\n"
@@ -342,9 +347,7 @@ TEST_F(GeneralReportTest, TheLogListsCodeAndStackWithDashesWhereMemoryCannotBeRe
   runa1_test::AutoAnswer answer("yes");
   TempDir directory;
   FaultLog log(directory.file("crash.log"));
-  testing::internal::CaptureStderr();
-  EXPECT_EQ(fault.answer(), FaultOutcome::Resume);
-  std::string shown = testing::internal::GetCapturedStderr();
+  std::string shown = answerShown(FaultOutcome::Resume);
   EXPECT_NE(shown.find("runa1: file dialog \"The Exception Error Log File To Save\": "), std::string::npos);
   EXPECT_NE(shown.find(kBox + "The saving of log-file is complete.\nDo you resume the execution?\n"), std::string::npos);
 
@@ -389,13 +392,13 @@ TEST_F(GeneralReportTest, AResumedFaultThatComesBackEndsOnItsThirdRoundWithoutAP
   runa1_test::AutoAnswer answer("yes");
   TempDir directory;
   FaultLog log(directory.file("crash.log"));
+  std::string shown = answerShown(FaultOutcome::Resume);
   testing::internal::CaptureStderr();
-  EXPECT_EQ(fault.answer(), FaultOutcome::Resume);
   Fault again(0xC0000005, fault.context.Eip);
   again.context = fault.context;
   EXPECT_EQ(again.answer(), FaultOutcome::Resume) << "the box comes again";
   EXPECT_EQ(again.answer(), FaultOutcome::End);
-  std::string shown = testing::internal::GetCapturedStderr();
+  shown += testing::internal::GetCapturedStderr();
   EXPECT_EQ(countOf(shown, "Access violation exception."), 2u) << shown;
   EXPECT_NE(shown.find("runa1: the fault dialog answers the same way again; the process ends\n"), std::string::npos);
   // Another fault starts its count afresh.
