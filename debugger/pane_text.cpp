@@ -3,6 +3,9 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <memory>
+
+#include "files/string_stream.h"
 
 namespace pane_text {
 
@@ -74,6 +77,14 @@ std::string memoryRow(uint32_t address, MemoryReader read) {
   }
   return text + format("%16s", shown);
 }
+
+uint32_t memoryTopRow(const char* addressText) {
+  std::unique_ptr<StringStream> text(StringStream::Create(addressText, static_cast<int32_t>(std::strlen(addressText))));
+  uint32_t address = text ? static_cast<uint32_t>(text->GetInteger()) : 0;
+  return (address >> 4) & 0x0FFFFFFF;
+}
+
+std::string memoryAddressText(uint32_t topRow) { return format("%08XH", topRow * kBytesPerRow); }
 
 uint32_t unitWidth(uint32_t size, const VariableFormat& format) {
   uint32_t width = size % 4 == 0 ? 4 : size % 2 == 0 ? 2 : 1;

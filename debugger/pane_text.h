@@ -32,6 +32,12 @@ StackRow stackRow(uint32_t esp, uint32_t row, MemoryReader read);
 // 0x20 or above 0x7F reads as a full stop; bytes that cannot be read show as "--" and blanks.
 std::string memoryRow(uint32_t address, MemoryReader read);
 
+// The memory pane's top row from the text of its address edit, in any integer form that the
+// text scanner reads ("402000H", "4202496"): the address / 16, within 0x0FFFFFFF.
+uint32_t memoryTopRow(const char* addressText);
+// The address edit's text for a top row: "%08XH".
+std::string memoryAddressText(uint32_t topRow);
+
 // How the variable pane shows the bytes of a variable.
 struct VariableFormat {
   uint32_t maxWidth = 4;  // 4, 2 or 1: the widest unit the width may take

@@ -141,6 +141,16 @@ TEST(PaneTextTest, MemoryRowsShowTextWithFullStopsBelow20AndAbove7F) {
   EXPECT_EQ(pane_text::memoryRow(0x1F, lowBytes).substr(59), "................");
 }
 
+TEST(PaneTextTest, TheMemoryAddressIsReadInAnyIntegerFormAndShownInHexadecimal) {
+  EXPECT_EQ(pane_text::memoryTopRow("402010H"), 0x40201u);
+  EXPECT_EQ(pane_text::memoryTopRow("4202511"), 0x40200u) << "decimal, rounded down to its row";
+  EXPECT_EQ(pane_text::memoryTopRow("  1010B"), 0u);
+  EXPECT_EQ(pane_text::memoryTopRow("0FFFFFFFFH"), 0x0FFFFFFFu);
+  EXPECT_EQ(pane_text::memoryTopRow("FFFFH"), 0u) << "a number begins with a digit";
+  EXPECT_EQ(pane_text::memoryTopRow("nothing"), 0u);
+  EXPECT_EQ(pane_text::memoryAddressText(0x40201), "00402010H");
+}
+
 TEST(PaneTextTest, VariableUnitsFollowTheSizeAndTheMaximum) {
   pane_text::VariableFormat automatic;
   pane_text::VariableFormat words{2, false};
