@@ -9,13 +9,7 @@
 
 namespace {
 
-struct CodeText {
-  uint32_t code;
-  const char* text;
-};
-
-// Walked in order; the last pair's text stands for every code not listed.
-constexpr CodeText kErrorTexts[] = {
+constexpr vk_internal::CodeText kErrorTexts[] = {
     {0, "The function was successfull."},
     {1, "The allocation for memory failed."},
     {2, "The invalid value was specified."},
@@ -82,9 +76,7 @@ uint32_t vkSetError(uint32_t code, uint32_t extra, const char* source, int32_t l
 uint32_t vkGetLastError() { return vkGetErrorRecord()->code; }
 
 const char* vkGetErrorText(uint32_t code) {
-  const CodeText* entry = kErrorTexts;
-  while (entry->code != code && entry->code != 0xFFFFFFFF) ++entry;
-  return entry->text;
+  return vk_internal::textOfCode(kErrorTexts, code);
 }
 
 const char* vkGetDrawingErrorText(uint32_t status) {
@@ -118,15 +110,14 @@ int vkMessageBox(const char* format, uint32_t flags, ...) {
 
 namespace vk_internal {
 
-bool retryAllocation(size_t requestedBytes) {
+int retryAllocation(size_t requestedBytes) {
   // Formatted here rather than by vkMessageBox, which would need memory itself.
   char text[256];
   std::snprintf(text, sizeof(text),
                 "The memory allocation failed.\nThe requested size is %d [bytes].\n"
                 "You can close other alplications, and free memory.\nDo you retry the allocation?",
                 static_cast<int>(requestedBytes));
-  return os::messageBox(text, kCaption, MB_RETRYCANCEL | MB_ICONEXCLAMATION | MB_SETFOREGROUND) ==
-         IDRETRY;
+  return os::messageBox(text, kCaption, MB_RETRYCANCEL | MB_ICONEXCLAMATION | MB_SETFOREGROUND);
 }
 
 }  // namespace vk_internal

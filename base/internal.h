@@ -4,19 +4,37 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "base/os/win32_types.h"
+
 namespace vk_internal {
 
-// The retry dialog of a failed allocation of `requestedBytes`: true when the user asks to try
-// again, false on Cancel.
-bool retryAllocation(size_t requestedBytes);
+// A text table of codes: walked in order, its last pair (code 0xFFFFFFFF) stands for every
+// code not listed.
+struct CodeText {
+  uint32_t code;
+  const char* text;
+};
 
-// Calls `allocate` until it gives memory or the user cancels the retry dialog; null then.
+inline const char* textOfCode(const CodeText* table, uint32_t code) {
+  while (table->code != code && table->code != 0xFFFFFFFF) ++table;
+  return table->text;
+}
+
+// The retry dialog of a failed allocation of `requestedBytes`: the button pressed (IDRETRY,
+// IDCANCEL), or 0 when the box itself failed.
+int retryAllocation(size_t requestedBytes);
+
+// Calls `allocate` until it gives memory or the user gives up in the retry dialog. Then the
+// box's answer stands in the place of the address: the first write through it faults, and the
+// user meets the fault dialog, which is how an allocation given up ends. Null only when the
+// box could not be shown.
 template <typename Allocate>
 void* allocateWithRetry(size_t requestedBytes, Allocate allocate) {
-  void* memory;
-  while (!(memory = allocate()) && retryAllocation(requestedBytes)) {
+  for (;;) {
+    if (void* memory = allocate()) return memory;
+    int answer = retryAllocation(requestedBytes);
+    if (answer != IDRETRY) return reinterpret_cast<void*>(static_cast<uintptr_t>(answer));
   }
-  return memory;
 }
 
 // The TLS slot of the error records: made when missing (first start, or first use by a thread

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "base/error.h"
+#include "base/fault.h"
 #include "base/internal.h"
 #include "base/os/os.h"
 
@@ -37,6 +38,7 @@ bool isIntel(const VKCPUPROBE& probe) {
 
 void firstStart() {
   os::initCommonControls();
+  os::setFaultFilter(vkFilterException);
   vk_internal::ensureRecordSlot();
   vkAttachThread();
   vkSetCPUFeatureMask(0);

@@ -3,6 +3,7 @@
 #include <atomic>
 
 #include "base/error.h"
+#include "base/fault.h"
 #include "base/internal.h"
 #include "base/library.h"
 #include "base/os/os.h"
@@ -15,7 +16,8 @@ std::atomic<uint32_t> recordSlot{os::kNoTlsSlot};
 std::atomic<int32_t> attachedRecords{0};
 std::atomic<int32_t> allRecords{0};
 
-// Stands in for the record of a thread when none can be had (no memory, no TLS slot left).
+// Stands in for the record of a thread when none can be had (no TLS slot left, or no box to
+// ask the user for memory).
 thread_local VKERRORRECORD fallbackRecord{0, 0, nullptr, -1, nullptr, 0};
 
 void clearReport(VKERRORRECORD* record) {
@@ -64,6 +66,8 @@ VKERRORRECORD* vkGetErrorRecord() {
 }
 
 void vkAttachThread() {
+  // Whatever filter was set in between loses.
+  os::setFaultFilter(vkFilterException);
   os::resetFpu();
   VKERRORRECORD* record = findRecord();
   if (!record && !(record = makeRecord())) {

@@ -38,6 +38,7 @@ LONG WINAPI stepOverTrap(EXCEPTION_POINTERS* info) {
 }
 
 void* trapHandler = nullptr;
+void* errorHandler = nullptr;
 #else
 void continueErrorException(uint32_t code) {
   if (code == VK_ERROR_EXCEPTION) noteRaise();
@@ -50,16 +51,25 @@ struct sigaction previousTrapAction;
 
 }  // namespace
 
-uint32_t errorExceptionCount() { return raisedCount.load(); }
-uint32_t lastRaisedErrorCode() { return raisedCode.load(); }
-
-void countErrorExceptions() {
+ErrorExceptionCounter::ErrorExceptionCounter() {
+  raisedCount.store(0);
 #ifdef _WIN32
-  AddVectoredExceptionHandler(1, continueErrorException);
+  errorHandler = AddVectoredExceptionHandler(1, continueErrorException);
 #else
   os::setRaiseHook(continueErrorException);
 #endif
 }
+
+ErrorExceptionCounter::~ErrorExceptionCounter() {
+#ifdef _WIN32
+  RemoveVectoredExceptionHandler(errorHandler);
+#else
+  os::setRaiseHook(nullptr);
+#endif
+}
+
+uint32_t ErrorExceptionCounter::count() const { return raisedCount.load(); }
+uint32_t ErrorExceptionCounter::lastCode() const { return raisedCode.load(); }
 
 TrapCounter::TrapCounter() {
   trapCount.store(0);

@@ -1,6 +1,7 @@
 // What the tests of every subsystem share. The test main starts the library, attaches the main
-// thread, answers every message box by itself (RUNA1_AUTO_ANSWER=cancel unless the variable is
-// set), and lets each error exception return after counting it.
+// thread and answers every message box by itself (RUNA1_AUTO_ANSWER=cancel unless the variable
+// is set). An error exception that no test expects reaches the fault filter, which then ends
+// the test program.
 #pragma once
 
 #include <cstdint>
@@ -8,10 +9,18 @@
 
 namespace runa1_test {
 
-// Error exceptions raised by vkSetError since the start of the run, on any thread.
-uint32_t errorExceptionCount();
-// The code in the raising thread's record when the last one was raised.
-uint32_t lastRaisedErrorCode();
+// Counts the error exceptions of vkSetError, on any thread, during its life and lets each
+// return, for tests that raise them on purpose.
+class ErrorExceptionCounter {
+ public:
+  ErrorExceptionCounter();
+  ~ErrorExceptionCounter();
+  ErrorExceptionCounter(const ErrorExceptionCounter&) = delete;
+  ErrorExceptionCounter& operator=(const ErrorExceptionCounter&) = delete;
+  uint32_t count() const;
+  // The code in the raising thread's record when the last one was raised.
+  uint32_t lastCode() const;
+};
 
 // Counts breakpoint traps during its life and lets the program go on behind each.
 class TrapCounter {
@@ -36,8 +45,6 @@ class AutoAnswer {
   std::string previous_;
 };
 
-// Installs the counting of error exceptions; the test main calls it.
-void countErrorExceptions();
 void setEnvironment(const char* name, const char* value);
 
 }  // namespace runa1_test

@@ -87,11 +87,21 @@ void debugOutput(const char* text);
 // `flags` are OFN_* values. Gives false when the user cancels; with RUNA1_AUTO_ANSWER set it
 // shows nothing and answers Cancel, after one diagnostic line.
 bool chooseFileToOpen(const char* filter, const char* defaultExtension, uint32_t flags, SystemText* path);
+// A file-save dialog titled `title` (the fault filter's log chooser): the chosen path in
+// Shift-JIS, at most `maxLength` characters. Same contract as chooseFileToOpen otherwise.
+bool chooseFileToSave(const char* filter, const char* title, uint32_t flags, uint32_t maxLength, std::string* path);
 
 // ---- Process -------------------------------------------------------------------------------
 // The command line behind the program's own name.
 SystemText commandLineArguments();
 bool setCurrentDirectory(const char* path);
+// A variable of the environment in Shift-JIS; empty when unset.
+std::string environmentVariable(const char* name);
+// The full path of the running executable in Shift-JIS, cut to `maxLength` characters.
+std::string executablePath(uint32_t maxLength);
+uint32_t currentThreadId();
+// Ends the process at once with `code`.
+[[noreturn]] void exitProcess(uint32_t code);
 // The working directory, at most `maxLength` characters; an empty text on failure.
 SystemText currentDirectory(uint32_t maxLength);
 
@@ -185,15 +195,23 @@ void resetFpu();
 
 // ---- Software exceptions and traps ---------------------------------------------------------
 // Raises a continuable software exception with no parameters. Win32: RaiseException, which
-// returns when a handler or the process's filter continues execution. The native build has no
-// such mechanism: it calls the hook of setRaiseHook; without a hook nothing happens, the caller
-// just goes on (the report stays recorded), and the process is not ended.
+// returns when a handler or the process's filter continues execution. The native build calls
+// the hook of setRaiseHook, or without one the fault filter (see setFaultFilter): the call
+// returns when the filter answers with -1, and the process ends (abort) when it passes.
 void raiseException(uint32_t code);
 #ifndef _WIN32
 using RaiseHook = void (*)(uint32_t code);
 // Gives the hook that was set before.
 RaiseHook setRaiseHook(RaiseHook hook);
 #endif
+// The process's last word on an exception that no handler took (SetUnhandledExceptionFilter).
+// The native build has no such exceptions: there raiseException hands its exception to the
+// filter when no raise hook is set, with a context of zeros. Gives the filter set before.
+using FaultFilter = LONG(WINAPI*)(EXCEPTION_POINTERS* pointers);
+FaultFilter setFaultFilter(FaultFilter filter);
+// Copies `bytes` at `address` into `out` without faulting; false when any of them cannot be
+// read. (The native build asks the kernel, so any readable memory of the process counts.)
+bool readMemory(uintptr_t address, void* out, size_t bytes);
 // A breakpoint trap (int3 on Win32, SIGTRAP natively): the system's fault handling decides
 // whether the program goes on behind it.
 void breakpointTrap();

@@ -5,6 +5,8 @@
 #include <iconv.h>
 #include <signal.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -305,10 +307,27 @@ void sleep(uint32_t milliseconds) { std::this_thread::sleep_for(std::chrono::mil
 
 namespace {
 std::atomic<RaiseHook> raiseHook{nullptr};
+std::atomic<FaultFilter> faultFilter{nullptr};
 }
 
 void raiseException(uint32_t code) {
-  if (RaiseHook hook = raiseHook.load()) hook(code);
+  if (RaiseHook hook = raiseHook.load()) return hook(code);
+  FaultFilter filter = faultFilter.load();
+  if (!filter) return;
+  EXCEPTION_RECORD record{};
+  record.ExceptionCode = code;
+  CONTEXT context{};
+  EXCEPTION_POINTERS pointers{&record, &context};
+  if (filter(&pointers) != -1) std::abort();
+}
+
+FaultFilter setFaultFilter(FaultFilter filter) { return faultFilter.exchange(filter); }
+
+bool readMemory(uintptr_t address, void* out, size_t bytes) {
+  // The kernel copies for us and answers EFAULT where a plain read would fault.
+  iovec local{out, bytes};
+  iovec remote{reinterpret_cast<void*>(address), bytes};
+  return process_vm_readv(getpid(), &local, 1, &remote, 1, 0) == static_cast<ssize_t>(bytes);
 }
 
 RaiseHook setRaiseHook(RaiseHook hook) { return raiseHook.exchange(hook); }
@@ -468,6 +487,11 @@ bool chooseFileToOpen(const char* filter, const char*, uint32_t, SystemText*) {
   return false;
 }
 
+bool chooseFileToSave(const char*, const char* title, uint32_t, uint32_t, std::string*) {
+  writeDiagnostic("runa1: file dialog \"" + shiftJisToUtf8(title) + "\": cancel\n");
+  return false;
+}
+
 // Paths and arguments are bytes here, taken as they stand.
 SystemText commandLineArguments() {
   SystemText arguments;
@@ -490,6 +514,22 @@ SystemText commandLineArguments() {
 }
 
 bool setCurrentDirectory(const char* path) { return chdir(path) == 0; }
+
+std::string environmentVariable(const char* name) {
+  const char* value = std::getenv(name);
+  return value ? std::string(value) : std::string();
+}
+
+std::string executablePath(uint32_t maxLength) {
+  std::vector<char> buffer(PATH_MAX);
+  ssize_t length = readlink("/proc/self/exe", buffer.data(), buffer.size());
+  if (length <= 0) return {};
+  return std::string(buffer.data(), std::min<size_t>(static_cast<size_t>(length), maxLength));
+}
+
+uint32_t currentThreadId() { return static_cast<uint32_t>(syscall(SYS_gettid)); }
+
+void exitProcess(uint32_t code) { std::_Exit(static_cast<int>(code)); }
 
 SystemText currentDirectory(uint32_t maxLength) {
   std::vector<char> buffer(static_cast<size_t>(maxLength) + 1);

@@ -214,6 +214,15 @@ void sleep(uint32_t milliseconds) { Sleep(milliseconds); }
 
 void raiseException(uint32_t code) { RaiseException(code, 0, 0, nullptr); }
 
+FaultFilter setFaultFilter(FaultFilter filter) { return SetUnhandledExceptionFilter(filter); }
+
+bool readMemory(uintptr_t address, void* out, size_t bytes) {
+  const void* at = reinterpret_cast<const void*>(address);
+  if (!canRead(at, bytes)) return false;
+  std::memcpy(out, at, bytes);
+  return true;
+}
+
 void breakpointTrap() { DebugBreak(); }
 
 void initCommonControls() { InitCommonControls(); }
@@ -309,16 +318,29 @@ void debugOutput(const char* text) { writeDiagnostic(shiftJisToUtf8(text)); }
 
 namespace os {
 
-bool chooseFileToOpen(const char* filter, const char* defaultExtension, uint32_t flags, SystemText* path) {
+namespace {
+
+// True when the dialog is answered without a person: then it shows nothing and cancels.
+bool cancelsAutomatically(const char* name) {
   const char* answer = std::getenv("RUNA1_AUTO_ANSWER");
-  if (answer && *answer) {
-    writeDiagnostic("runa1: file dialog \"" + shiftJisToUtf8(filter) + "\": cancel\n");
-    return false;
-  }
-  // The dialog wants the filter's parts NUL-separated where the text has bars.
-  std::wstring wideFilter = widen(filter);
-  for (wchar_t& c : wideFilter)
+  if (!answer || !*answer) return false;
+  writeDiagnostic("runa1: file dialog \"" + shiftJisToUtf8(name) + "\": cancel\n");
+  return true;
+}
+
+// The dialog wants the filter's parts NUL-separated where the text has bars.
+std::wstring dialogFilter(const char* filter) {
+  std::wstring wide = widen(filter);
+  for (wchar_t& c : wide)
     if (c == L'|') c = L'\0';
+  return wide;
+}
+
+}  // namespace
+
+bool chooseFileToOpen(const char* filter, const char* defaultExtension, uint32_t flags, SystemText* path) {
+  if (cancelsAutomatically(filter)) return false;
+  std::wstring wideFilter = dialogFilter(filter);
   std::wstring extension = widen(defaultExtension);
   if (!extension.empty() && extension[0] == L'.') extension.erase(0, 1);
   wchar_t chosen[MAX_PATH * 4] = {};
@@ -331,6 +353,27 @@ bool chooseFileToOpen(const char* filter, const char* defaultExtension, uint32_t
   request.Flags = flags | OFN_EXPLORER;
   if (!GetOpenFileNameW(&request)) return false;
   *path = narrow(chosen);
+  return true;
+}
+
+bool chooseFileToSave(const char* filter, const char* title, uint32_t flags, uint32_t maxLength, std::string* path) {
+  if (cancelsAutomatically(title)) return false;
+  std::wstring wideFilter = dialogFilter(filter);
+  std::wstring wideTitle = widen(title);
+  std::wstring chosen(static_cast<size_t>(maxLength) + 1, L'\0');
+  OPENFILENAMEW request{};
+  request.lStructSize = sizeof request;
+  request.lpstrFilter = wideFilter.c_str();
+  request.lpstrFile = chosen.data();
+  request.nMaxFile = maxLength + 1;
+  request.lpstrTitle = wideTitle.c_str();
+  request.Flags = flags | OFN_EXPLORER;
+  if (!GetSaveFileNameW(&request)) return false;
+  SystemText bytes = narrow(chosen.c_str());
+  // A name that Shift-JIS cannot hold, or makes longer than the caller's buffer, counts as a
+  // cancel, as the narrow dialog does with a buffer too small.
+  if (!bytes.complete || bytes.text.size() > maxLength) return false;
+  *path = bytes.text;
   return true;
 }
 
@@ -349,6 +392,27 @@ SystemText commandLineArguments() {
 }
 
 bool setCurrentDirectory(const char* path) { return SetCurrentDirectoryW(widen(path).c_str()) != 0; }
+
+std::string environmentVariable(const char* name) {
+  std::wstring wideName = widen(name);
+  DWORD size = GetEnvironmentVariableW(wideName.c_str(), nullptr, 0);
+  if (size == 0) return {};
+  std::wstring value(size, L'\0');
+  DWORD length = GetEnvironmentVariableW(wideName.c_str(), value.data(), size);
+  return length < size ? narrow({value.c_str(), length}).text : std::string();
+}
+
+std::string executablePath(uint32_t maxLength) {
+  std::wstring buffer(32768, L'\0');
+  DWORD length = GetModuleFileNameW(nullptr, buffer.data(), static_cast<DWORD>(buffer.size()));
+  std::string bytes = narrow({buffer.c_str(), length}).text;
+  if (bytes.size() > maxLength) bytes.resize(maxLength);
+  return bytes;
+}
+
+uint32_t currentThreadId() { return GetCurrentThreadId(); }
+
+void exitProcess(uint32_t code) { ExitProcess(code); }
 
 SystemText currentDirectory(uint32_t maxLength) {
   std::wstring buffer(static_cast<size_t>(maxLength) + 1, L'\0');

@@ -63,6 +63,7 @@ using HANDLE = void*;
 // File dialog flags.
 #define OFN_OVERWRITEPROMPT 0x2u
 #define OFN_HIDEREADONLY 0x4u
+#define OFN_PATHMUSTEXIST 0x800u
 
 struct SYSTEMTIME {
   WORD wYear;
@@ -249,6 +250,28 @@ struct WAVEFORMATEX {
   WORD cbSize;
 };
 #pragma pack(pop)
+
+// The exception records of the fault filter, with the registers of a 32-bit x86 thread.
+struct CONTEXT {
+  DWORD ContextFlags;
+  DWORD SegGs, SegFs, SegEs, SegDs;
+  DWORD Edi, Esi, Ebx, Edx, Ecx, Eax;
+  DWORD Ebp, Eip, SegCs, EFlags, Esp, SegSs;
+};
+
+struct EXCEPTION_RECORD {
+  DWORD ExceptionCode;
+  DWORD ExceptionFlags;
+  EXCEPTION_RECORD* ExceptionRecord;
+  void* ExceptionAddress;
+  DWORD NumberParameters;
+  uintptr_t ExceptionInformation[15];
+};
+
+struct EXCEPTION_POINTERS {
+  EXCEPTION_RECORD* ExceptionRecord;
+  CONTEXT* ContextRecord;
+};
 
 static_assert(sizeof(BITMAPINFOHEADER) == 40 && sizeof(RGBQUAD) == 4 && sizeof(BITMAPINFO) == 44);
 static_assert(sizeof(PALETTEENTRY) == 4 && sizeof(LOGPALETTE) == 8);

@@ -55,6 +55,13 @@ class CZPKModule {
   uint8_t* GetImageBase() const { return imageBase_; }
   uint32_t GetImportTableSize() const { return importTableBytes_; }
   const zpe::ModuleHeader& GetHeader() const { return header_; }
+  // The procedure and variable tables in the file's order, and the image's size (import
+  // table, code, data): what a debug record is checked against.
+  const std::vector<const char*>& GetProcedureNames() const { return procedureNames_; }
+  const std::vector<uint32_t>& GetProcedureOffsets() const { return procedureOffsets_; }
+  const std::vector<const char*>& GetVariableNames() const { return variableNames_; }
+  const std::vector<uint32_t>& GetVariableOffsets() const { return variableOffsets_; }
+  uint32_t GetImageSize() const { return importTableBytes_ + codeLength_ + dataLength_; }
 
  private:
   using Block = std::unique_ptr<uint8_t[]>;

@@ -1,10 +1,11 @@
-# add_zpe_module(name source.c... [ZPELINK_OPTIONS option...] [DEPENDS file...])
+# add_zpe_module(name source.c... [DEBUG_RECORD] [ZPELINK_OPTIONS option...] [DEPENDS file...])
 #
 # Builds the game module ${name}.zpe in the current binary directory from C sources with the
 # 32-bit MinGW-w64 compiler and zpelink: freestanding code, the SDK header on the include
 # path, the SDK support functions and libgcc linked in. ZPELINK_OPTIONS go to zpelink as they
 # stand (--init, --fini, --import-dll, --resource, --external, --no-entry, ...). The target
-# ${name} builds the module; its file is in the target property ZPE_FILE.
+# ${name} builds the module; its file is in the target property ZPE_FILE. A Debug build, or
+# DEBUG_RECORD, also writes the module's debug record ${name}.drt beside it (for the debugger).
 #
 # zpelink is the ZPELINK_EXECUTABLE cache variable when set (a cross build uses the native
 # one), else the SDK's own (bin/ of the folder that make sdk writes), else the zpelink target of
@@ -33,7 +34,7 @@ function(runa1_support_archive archive object)
 endfunction()
 
 function(add_zpe_module name)
-  cmake_parse_arguments(Z "" "" "ZPELINK_OPTIONS;DEPENDS" ${ARGN})
+  cmake_parse_arguments(Z "DEBUG_RECORD" "" "ZPELINK_OPTIONS;DEPENDS" ${ARGN})
   if(ZPELINK_EXECUTABLE)
     set(linker ${ZPELINK_EXECUTABLE})
     set(linkerDepends ${ZPELINK_EXECUTABLE})
@@ -44,6 +45,7 @@ function(add_zpe_module name)
   execute_process(COMMAND ${ZPE_MODULE_CC} -print-libgcc-file-name OUTPUT_VARIABLE libgcc
                   OUTPUT_STRIP_TRAILING_WHITESPACE)
   set(objects)
+  set(sourceDirectories)
   foreach(source ${Z_UNPARSED_ARGUMENTS})
     get_filename_component(full ${source} ABSOLUTE)
     get_filename_component(stem ${source} NAME_WE)
@@ -54,6 +56,8 @@ function(add_zpe_module name)
       DEPENDS ${full} ${RUNA1_SDK_DIR}/include/runa1.h
       COMMENT "Compiling module source ${stem}.c for ${name}.zpe" VERBATIM)
     list(APPEND objects ${object})
+    get_filename_component(directory ${full} DIRECTORY)
+    list(APPEND sourceDirectories --source-dir ${directory})
   endforeach()
   # The support functions go in as an archive: linked where needed, and not in the tables.
   if(EXISTS ${RUNA1_SDK_DIR}/lib/libruna1_support.a)
@@ -63,9 +67,16 @@ function(add_zpe_module name)
     runa1_support_archive(${supportArchive} ${CMAKE_CURRENT_BINARY_DIR}/${name}.dir/runa1_support.o)
   endif()
   set(output ${CMAKE_CURRENT_BINARY_DIR}/${name}.zpe)
+  set(debugRecord)
+  set(debugRecordFile)
+  if(Z_DEBUG_RECORD OR CMAKE_BUILD_TYPE STREQUAL "Debug")
+    set(debugRecordFile ${CMAKE_CURRENT_BINARY_DIR}/${name}.drt)
+    set(debugRecord --debug-record ${debugRecordFile} ${sourceDirectories})
+  endif()
   add_custom_command(OUTPUT ${output}
-    COMMAND ${linker} ${Z_ZPELINK_OPTIONS} -o ${output} ${objects} ${supportArchive} ${libgcc}
+    COMMAND ${linker} ${Z_ZPELINK_OPTIONS} ${debugRecord} -o ${output} ${objects} ${supportArchive} ${libgcc}
     DEPENDS ${objects} ${supportArchive} ${linkerDepends} ${Z_DEPENDS}
+    BYPRODUCTS ${debugRecordFile}
     WORKING_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR}
     COMMENT "Linking module ${name}.zpe" VERBATIM)
   add_custom_target(${name} ALL DEPENDS ${output})

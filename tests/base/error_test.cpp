@@ -8,9 +8,6 @@
 
 namespace {
 
-using runa1_test::errorExceptionCount;
-using runa1_test::lastRaisedErrorCode;
-
 TEST(ErrorRecordTest, ReportFillsTheRecordAndSuccessClearsIt) {
   VKERRORRECORD* record = vkGetErrorRecord();
   uint32_t attachCount = record->attachCount;
@@ -33,27 +30,28 @@ TEST(ErrorRecordTest, ReportFillsTheRecordAndSuccessClearsIt) {
 }
 
 TEST(ErrorRecordTest, FatalCodesRaiseTheErrorExceptionAfterRecording) {
+  runa1_test::ErrorExceptionCounter raised;
   for (uint32_t code : {1u, 2u, 3u, 4u, 5u, 0x20000u, 0x30000u, 0x20001u, 0x2345u}) {
-    uint32_t before = errorExceptionCount();
+    uint32_t before = raised.count();
     EXPECT_EQ(vkSetError(code, 0, "unit", 1, "fatal"), code);
-    EXPECT_EQ(errorExceptionCount(), before + 1) << "code " << std::hex << code;
-    EXPECT_EQ(lastRaisedErrorCode(), code) << "the record is written before the raise";
+    EXPECT_EQ(raised.count(), before + 1) << "code " << std::hex << code;
+    EXPECT_EQ(raised.lastCode(), code) << "the record is written before the raise";
   }
   for (uint32_t code : {0u, 0x10000u, 0x10001u, 0x10002u, 0x10003u, 0x10004u, 0x10005u, 0x1FFFFu}) {
-    uint32_t before = errorExceptionCount();
+    uint32_t before = raised.count();
     EXPECT_EQ(vkSetError(code, 0, "unit", 1, "handled"), code);
-    EXPECT_EQ(errorExceptionCount(), before) << "code " << std::hex << code;
+    EXPECT_EQ(raised.count(), before) << "code " << std::hex << code;
   }
   vkSucceed();
 }
 
 TEST(ErrorRecordTest, ModeWithoutTheRaiseFlagRecordsFatalCodesOnly) {
-  uint32_t before = errorExceptionCount();
+  runa1_test::ErrorExceptionCounter raised;
   vkSetErrorMode(0);
   EXPECT_EQ(vkSetError(VK_ERROR_ALLOCATION, 0, "unit", 1, "quiet"), VK_ERROR_ALLOCATION);
   EXPECT_EQ(vkGetLastError(), VK_ERROR_ALLOCATION);
   vkSetErrorMode(VK_MODE_RAISE_FATAL);
-  EXPECT_EQ(errorExceptionCount(), before);
+  EXPECT_EQ(raised.count(), 0u);
   EXPECT_EQ(vkGetLastError(), 0u) << "setting the mode ends well and clears the record";
 }
 

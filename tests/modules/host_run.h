@@ -35,11 +35,11 @@ inline std::string modulePath(const std::string& name) { return std::string(MODU
 
 inline std::string inQuotes(const std::string& text) { return "\"" + text + "\""; }
 
-// Starts runa1.exe with `arguments` (UTF-8) in `directory`, every box answered "ok" unless
-// `environment` says otherwise, and waits for its end. A host that runs longer than
+// Starts `program` with `arguments` (UTF-8) in `directory`, every box answered "ok" unless
+// `environment` says otherwise, and waits for its end. A program that runs longer than
 // `timeoutMs` is ended with exit code 0xDEAD, so that the test fails instead of waiting forever.
-inline Outcome runHost(const std::string& arguments, const TempDir& directory, HostEnvironment environment = {},
-                       DWORD timeoutMs = 60000) {
+inline Outcome runProgram(const std::string& program, const std::string& arguments, const TempDir& directory,
+                          HostEnvironment environment = {}, DWORD timeoutMs = 60000) {
   std::vector<std::pair<std::wstring, std::wstring>> saved;
   auto set = [&](const std::wstring& name, const std::wstring& value) {
     wchar_t old[4096];
@@ -60,7 +60,7 @@ inline Outcome runHost(const std::string& arguments, const TempDir& directory, H
   startup.hStdError = error;
   startup.hStdOutput = error;
   startup.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
-  std::wstring line = L"\"" + wide(RUNA1_EXE) + L"\" " + wide(arguments);
+  std::wstring line = L"\"" + wide(program) + L"\" " + wide(arguments);
   PROCESS_INFORMATION process{};
   Outcome outcome;
   if (CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr,
@@ -76,6 +76,12 @@ inline Outcome runHost(const std::string& arguments, const TempDir& directory, H
     SetEnvironmentVariableW(it->first.c_str(), it->second == std::wstring(1, L'\0') ? nullptr : it->second.c_str());
   outcome.diagnostics = directory.read("stderr.txt");
   return outcome;
+}
+
+// Runs runa1.exe, as runProgram does.
+inline Outcome runHost(const std::string& arguments, const TempDir& directory, HostEnvironment environment = {},
+                       DWORD timeoutMs = 60000) {
+  return runProgram(RUNA1_EXE, arguments, directory, environment, timeoutMs);
 }
 
 // Runs the module `name`, copied into `work`, so that its log lands there.

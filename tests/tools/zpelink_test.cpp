@@ -2,8 +2,11 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <string>
 
+#include "debugger/debug_record.h"
 #include "host/module/zpk_module.h"
 #include "tests/host/fake_module_platform.h"
 #include "tests/temp_dir.h"
@@ -73,6 +76,28 @@ TEST_F(LinkedModuleTest, ResourcesEmbeddedAndExternal) {
   EXPECT_STREQ(bytes, "embedded bytes");
   delete file;
   EXPECT_EQ(module.GetResourceLength(static_cast<int32_t>(module.GetResourceID("music"))), 14u);
+}
+
+TEST_F(LinkedModuleTest, TheDebugRecordDescribesTheModuleAndNamesTheSource) {
+  ASSERT_EQ(module.Load(LINK_SAMPLE), CZPKModule::kLoaded);
+  std::string path = LINK_SAMPLE;
+  std::ifstream in(path.substr(0, path.size() - 4) + ".drt", std::ios::binary);
+  std::vector<uint8_t> record(std::istreambuf_iterator<char>(in), {});
+  drt::DebugRecord parsed;
+  std::string error;
+  ASSERT_TRUE(drt::parseDebugRecord(record.data(), record.size(), &parsed, &error)) << error;
+  drt::ModuleTables tables{module.GetImageSize(), module.GetProcedureNames(), module.GetProcedureOffsets(),
+                           module.GetVariableNames(), module.GetVariableOffsets()};
+  EXPECT_TRUE(drt::matchesModule(parsed, tables, &error)) << error;
+  ASSERT_EQ(parsed.procedures.size(), 4u);
+  const char* names[] = {"Begin", "End", "StartingProc", "divide"};
+  for (size_t i = 0; i < 4; ++i) {
+    EXPECT_EQ(parsed.procedures[i].name, names[i]);
+    ASSERT_LT(parsed.procedures[i].source, parsed.sourceFiles.size()) << names[i];
+  }
+  ASSERT_EQ(parsed.sourceFiles.size(), 1u) << "the support archive's procedures are not the module's";
+  EXPECT_EQ(parsed.sourceFiles[0], LINK_SAMPLE_SOURCE);
+  EXPECT_EQ(parsed.variables.size(), 4u);
 }
 
 // Runs zpelink and gives its exit status; its diagnostics land in `output`.

@@ -1,5 +1,6 @@
 #include "tools/zpelink/coff.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -99,6 +100,12 @@ bool parseObject(const std::vector<uint8_t>& bytes, const std::string& origin, O
         section.comdatSelection = aux[14];
         section.comdatAssociate = u16(aux + 12);
       }
+    }
+    // The .file symbol's auxiliary records hold the source's name, padded with NULs.
+    if (symbol.storageClass == kClassFile && object->sourceFile.empty()) {
+      uint32_t records = std::min<uint32_t>(auxCount, symbolCount - i - 1);
+      const char* name = reinterpret_cast<const char*>(at + 18);
+      object->sourceFile.assign(name, strnlen(name, 18 * records));
     }
     for (uint8_t a = 0; a < auxCount && i + 1 < symbolCount; ++a, ++i) object->symbols.push_back({{}, 0, 0, 0, false});
   }

@@ -19,7 +19,7 @@ enum : uint32_t {
   kAlignMask = 0xF00000,
 };
 enum : uint16_t { kRelAbsolute = 0, kRelDir32 = 6, kRelDir32NB = 7, kRelRel32 = 0x14 };
-enum : uint8_t { kClassExternal = 2, kClassStatic = 3, kClassLabel = 6 };
+enum : uint8_t { kClassExternal = 2, kClassStatic = 3, kClassLabel = 6, kClassFile = 103 };
 enum : uint8_t { kComdatAssociative = 5 };
 
 struct Relocation {
@@ -52,6 +52,7 @@ struct Object {
   std::string origin;  // "file.o" or "lib.a(member.o)"
   std::vector<Section> sections;
   std::vector<Symbol> symbols;
+  std::string sourceFile;  // the source named by its .file symbol; empty without one
 };
 
 // Parses an object; false with a reason in `error` when the bytes are not an i386 object or

@@ -304,7 +304,7 @@ bool Linker::link(const LinkOptions& options, ZpeModule* module, std::string* er
       bool absolute;
       if (!symbolOffset(o, i, &offset, &absolute, error)) return false;
       bool procedure = !common && kindOf(object.sections[symbol.section - 1]) == Kind::Code;
-      (procedure ? module->procedures : module->variables).push_back({name, offset});
+      (procedure ? module->procedures : module->variables).push_back({name, offset, object.sourceFile});
     }
   }
 

@@ -1,6 +1,7 @@
 // zpelink: links i386 COFF objects and static archives into a game module (.zpe).
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -39,6 +40,13 @@ Options
   --resource NAME=FILE    embeds FILE as resource NAME
   --external NAME=FILE    resource NAME is the file FILE of its own, found at run time
                           relative to the module's base directory; its length is taken now
+  --debug-record FILE     also writes the module's debug record (FILE.drt, beside the module
+                          for the debugger to find it): the procedures with the source file
+                          of each, from the objects' .file symbols, and the variables; its
+                          layout is in sdk/debug_record.md
+  --source-dir DIR        where the debug record looks for the sources, which the objects
+                          name without their directory: the first DIR that holds one gives
+                          its path (may be given more than once)
   --help                  this text
 
 Imports
@@ -68,6 +76,21 @@ bool readFile(const std::string& path, std::vector<uint8_t>* bytes) {
   if (!in) return false;
   bytes->assign(std::istreambuf_iterator<char>(in), {});
   return true;
+}
+
+bool writeFile(const std::string& path, const std::vector<uint8_t>& bytes) {
+  std::ofstream out(path, std::ios::binary);
+  out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+  return static_cast<bool>(out.flush());
+}
+
+// The path of a source named by an object: in the first directory that holds it, else as named.
+std::string locateSource(const std::string& name, const std::vector<std::string>& directories) {
+  for (const std::string& directory : directories) {
+    std::filesystem::path path = std::filesystem::path(directory) / name;
+    if (std::filesystem::is_regular_file(path)) return path.string();
+  }
+  return name;
 }
 
 int fail(const std::string& message) {
@@ -102,6 +125,8 @@ int main(int argc, char** argv) {
   Linker linker;
   ZpeModule module;
   std::string output;
+  std::string debugRecord;
+  std::vector<std::string> sourceDirectories;
   bool anyInput = false;
   for (int i = 1; i < argc; ++i) {
     std::string arg = argv[i];
@@ -124,6 +149,11 @@ int main(int argc, char** argv) {
       if (!value(&options.initializer)) return fail("--init needs a name");
     } else if (arg == "--fini") {
       if (!value(&options.finalizer)) return fail("--fini needs a name");
+    } else if (arg == "--debug-record") {
+      if (!value(&debugRecord)) return fail("--debug-record needs a file name");
+    } else if (arg == "--source-dir") {
+      if (!value(&text)) return fail("--source-dir needs a directory");
+      sourceDirectories.push_back(text);
     } else if (arg == "--import-dll") {
       if (!value(&text) || !splitPair(text, &name, &file)) return fail("--import-dll needs DLL=NAME[,NAME...]");
       options.libraries.push_back({name, splitList(file)});
@@ -160,9 +190,11 @@ int main(int argc, char** argv) {
   if (output.empty() || !anyInput) return fail("no output (-o) or no input given (see --help)");
   std::string error;
   if (!linker.link(options, &module, &error)) return fail(error);
-  std::vector<uint8_t> bytes = writeZpe(module);
-  std::ofstream out(output, std::ios::binary);
-  out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-  if (!out.flush()) return fail("cannot write " + output);
+  if (!writeFile(output, writeZpe(module))) return fail("cannot write " + output);
+  if (!debugRecord.empty()) {
+    drt::DebugRecord record = debugRecordOf(module);
+    for (std::string& source : record.sourceFiles) source = locateSource(source, sourceDirectories);
+    if (!writeFile(debugRecord, drt::writeDebugRecord(record))) return fail("cannot write " + debugRecord);
+  }
   return 0;
 }

@@ -107,3 +107,22 @@ std::vector<uint8_t> writeZpe(const ZpeModule& module) {
   for (Section& s : sections) file.raw(s.bytes.get());
   return std::move(file.get());
 }
+
+drt::DebugRecord debugRecordOf(const ZpeModule& module) {
+  drt::DebugRecord record;
+  uint64_t codeEnd = zpe::importTableBytes(static_cast<uint32_t>(module.imports.size())) + module.code.size();
+  record.codeEnd = static_cast<uint32_t>(codeEnd);
+  record.imageSize = static_cast<uint32_t>(codeEnd + module.data.size());
+  for (const ZpeModule::Symbol& procedure : sortedByName(module.procedures)) {
+    uint32_t source = drt::kNoSource;
+    if (!procedure.source.empty()) {
+      auto known = std::find(record.sourceFiles.begin(), record.sourceFiles.end(), procedure.source);
+      source = static_cast<uint32_t>(known - record.sourceFiles.begin());
+      if (known == record.sourceFiles.end()) record.sourceFiles.push_back(procedure.source);
+    }
+    record.procedures.push_back({procedure.name, procedure.offset, source});
+  }
+  for (const ZpeModule::Symbol& variable : sortedByName(module.variables))
+    record.variables.push_back({variable.name, variable.offset});
+  return record;
+}

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "debugger/debug_record.h"
 #include "host/module/zpe_format.h"
 
 struct ZpeModule {
@@ -15,7 +16,8 @@ struct ZpeModule {
   };
   struct Symbol {
     std::string name;
-    uint32_t offset;  // image offset
+    uint32_t offset;     // image offset
+    std::string source = {};  // the source file of the object that defines it; empty when unknown
   };
   struct Resource {
     std::string name;
@@ -40,6 +42,10 @@ struct ZpeModule {
 
 // The whole file. Names of procedures, variables and resources are sorted by unsigned bytes.
 std::vector<uint8_t> writeZpe(const ZpeModule& module);
+
+// The debug record of the module: its tables in the file's order, each procedure with its
+// source file.
+drt::DebugRecord debugRecordOf(const ZpeModule& module);
 
 // Sorts names by unsigned byte value, the order the loader's search relies on.
 bool namesInOrder(const std::string& a, const std::string& b);

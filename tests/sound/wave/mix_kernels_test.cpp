@@ -6,6 +6,7 @@
 
 #include "base/error.h"
 #include "sound/wave/mix_kernels.h"
+#include "tests/test_support.h"
 
 namespace {
 
@@ -287,6 +288,7 @@ TEST(WaveConvertTest, OtherRatesStepInSixteenSixteenWithRounding) {
 }
 
 TEST(WaveSizeConvertTest, RoundsUpForSourcesAndDownForDestinations) {
+  runa1_test::ErrorExceptionCounter raised;
   WAVEFORMATEX r44 = pcmFormat(2, 16, 44100), r22 = pcmFormat(1, 8, 22050), r1 = pcmFormat(1, 8, 1);
   EXPECT_EQ(WaveSizeConvert(&r44, &r22, 101, 0), 51u);
   EXPECT_EQ(WaveSizeConvert(&r44, &r22, 101, 1), 202u);
@@ -296,6 +298,7 @@ TEST(WaveSizeConvertTest, RoundsUpForSourcesAndDownForDestinations) {
   EXPECT_EQ(WaveSizeConvert(&r1, &r44, 1, 1), 1u) << "a tiny ratio gives 1, not 0";
   EXPECT_EQ(WaveSizeConvert(&r44, &r22, 5, 2), 0u);
   EXPECT_STREQ(lastMessage(), "Invalid parameter is specified.");
+  EXPECT_EQ(raised.count(), 1u) << "a bad direction is a fatal report";
 }
 
 TEST(WaveMeasureTest, MeanAbsoluteDeviationPerChannelOnTheSixteenBitScale) {
@@ -315,6 +318,7 @@ TEST(WaveMeasureTest, MeanAbsoluteDeviationPerChannelOnTheSixteenBitScale) {
 }
 
 TEST(MixKernelErrorTest, BadFormatsAreRefusedWithTheirTextsAndBuffersUntouched) {
+  runa1_test::ErrorExceptionCounter raised;
   uint8_t dst[64] = {1, 2, 3}, src[64] = {4, 5, 6};
   uint8_t saved[64];
   std::memcpy(saved, dst, 64);
@@ -345,11 +349,13 @@ TEST(MixKernelErrorTest, BadFormatsAreRefusedWithTheirTextsAndBuffersUntouched) 
   WAVEFORMATEX noRate = pcmFormat(1, 16, 0);
   EXPECT_EQ(WaveConvert(&good, dst, &noRate, src, 4), 2u) << "a rate of 0 cannot be reached by doubling";
   EXPECT_STREQ(lastMessage(), "Invalid parameter is specified.");
+  EXPECT_EQ(raised.count(), std::size(cases) + 1) << "every refusal is a fatal report";
   EXPECT_EQ(WaveMix(&tag, dst, src, nullptr, 0), 0u) << "a count of 0 returns before the checks";
   EXPECT_EQ(vkGetErrorRecord()->code, 0u);
 }
 
 TEST(MixKernelErrorTest, EachRefusalNamesItsUnitAndText) {
+  runa1_test::ErrorExceptionCounter raised;
   WAVEFORMATEX tag = pcmFormat(1, 16, 22050);
   tag.wFormatTag = 0x11;
   uint8_t buffer[8] = {};

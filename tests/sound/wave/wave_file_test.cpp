@@ -8,6 +8,7 @@
 #include "base/library.h"
 #include "sound/wave/wave_file.h"
 #include "tests/files/memory_file.h"
+#include "tests/test_support.h"
 
 namespace {
 
@@ -153,6 +154,7 @@ TEST(WaveFileTest, CopiedWaveDataTakesEighteenBytesOfPcmFormatsAndTheExtraOfOthe
 }
 
 TEST(WaveFileTest, CopyingFromMemoryThatCannotBeReadIsAnAccessViolation) {
+  runa1_test::ErrorExceptionCounter raised;
   uint8_t* block = static_cast<uint8_t*>(vkAlloc(32, 1));
   WaveData wave;
   uint32_t result = copyWaveData(&wave, reinterpret_cast<WAVEFORMATEX*>(block), reinterpret_cast<void*>(16), 8);
