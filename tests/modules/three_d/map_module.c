@@ -7,6 +7,7 @@
 #include <windows.h>
 
 #include "../module_log.h"
+#include "../window_pixels.h"
 
 #define WIDTH 320
 #define HEIGHT 240
@@ -60,32 +61,9 @@ static uint32_t colourOf(uint8_t index) {
   return (uint32_t)colours[index].rgbRed << 16 | (uint32_t)colours[index].rgbGreen << 8 | colours[index].rgbBlue;
 }
 
-/* The client area's pixels, 32 bits each, rows top-down. */
-static uint32_t* readWindow(HWND window) {
-  static uint32_t* bits;
-  static HBITMAP bitmap;
-  BITMAPINFO info = {0};
-  info.bmiHeader.biSize = sizeof info.bmiHeader;
-  info.bmiHeader.biWidth = WIDTH;
-  info.bmiHeader.biHeight = -HEIGHT;
-  info.bmiHeader.biPlanes = 1;
-  info.bmiHeader.biBitCount = 32;
-  info.bmiHeader.biCompression = BI_RGB;
-  HDC windowDc = GetDC(window);
-  HDC memory = CreateCompatibleDC(windowDc);
-  if (bitmap) DeleteObject(bitmap);
-  bitmap = CreateDIBSection(windowDc, &info, DIB_RGB_COLORS, (void**)&bits, NULL, 0);
-  HGDIOBJ previous = SelectObject(memory, bitmap);
-  BitBlt(memory, 0, 0, WIDTH, HEIGHT, windowDc, 0, 0, SRCCOPY);
-  SelectObject(memory, previous);
-  DeleteDC(memory);
-  ReleaseDC(window, windowDc);
-  return bits;
-}
-
 /* The pixels of the window that differ from `frame` seen through the palette. */
 static uint32_t wrongPixels(GRAPHIC frame) {
-  uint32_t* bits = readWindow(ZPK_GetMainWindow());
+  uint32_t* bits = readWindow(ZPK_GetMainWindow(), WIDTH, HEIGHT);
   uint32_t wrong = 0;
   for (int y = 0; y < HEIGHT; ++y) {
     uint8_t* row = rowOf(frame, y);
