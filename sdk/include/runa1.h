@@ -345,6 +345,26 @@ RUNA1_IMPORT(uint32_t) MOLAQ_SetDefInterface(uint32_t flags);
 RUNA1_IMPORT(GRAPHIC) MOLAQImage_ReadImageFile(const char* path, int32_t scale);
 
 /* ---- Font images -------------------------------------------------------------------------- */
+/* A font image is an image (GRAPHIC) whose pixels are a 1-bit mask, palette black and white:
+ * Shift-JIS text is drawn into it white on black and laid out in a clip rectangle (inclusive),
+ * from the pen on: breaks where the text fits, at line feeds, before a Latin word (or behind
+ * its third letter from the break, with a hyphen), and never before a prohibited character,
+ * which takes the two bytes before it to the next line. Blit the mask onto a picture with
+ * graphic_DrawBitmapToBitmap. A font whose face the system lacks is drawn with an installed
+ * Japanese face of the same height and weight. FontGrph_DrawText gives -1 when all the text
+ * fitted, else the bytes drawn before the pen ran below the clip (go on from there on a new
+ * page), and 1 on failure. Drawing adds to the mask; FontGrph_Create makes a clean one. */
+RUNA1_IMPORT(GRAPHIC) FontGrph_Create(int32_t width, int32_t height);
+RUNA1_IMPORT(uint32_t) FontGrph_Delete(GRAPHIC image);
+/* Line height 0 takes the font's; the result is the former font. */
+RUNA1_IMPORT(HFONT) FontGrph_SelectFont(GRAPHIC image, HFONT font, int32_t lineHeight);
+RUNA1_IMPORT(int32_t) FontGrph_DrawText(GRAPHIC image, const char* text);
+RUNA1_IMPORT(uint32_t) FontGrph_LocateText(GRAPHIC image, int32_t x, int32_t y);
+RUNA1_IMPORT(uint32_t) FontGrph_GetTextLocation(GRAPHIC image, POINT* location);
+RUNA1_IMPORT(uint32_t) FontGrph_SetTextClip(GRAPHIC image, int32_t left, int32_t top, int32_t right,
+                                            int32_t bottom);
+/* The characters that may not begin a line, replacing the former ones. */
+RUNA1_IMPORT(uint32_t) FontGrph_SetProbitChars(GRAPHIC image, const char* text);
 
 /* ---- 3D ----------------------------------------------------------------------------------- */
 /* A view space has the eye at the origin and looks along +z; screen y grows downward. There are
@@ -388,8 +408,8 @@ RUNA1_IMPORT(void) k3dDrawTexturePlygon(ImageInfo* destination, K3DPoint* polygo
                                         ImageInfo* texture, K3DVector* origin, K3DVector* axisU,
                                         K3DVector* axisV, int32_t center[2], int32_t focal);
 /* The map scene: the map image lies on the ground, texel (u, v) at (u, 0, v); a camera above it
- * has a negative y. Draws one frame into clip (inclusive) of an 8-bit image: colour 0, then
- * what the camera at eye sees of the map when it looks at target. */
+ * has a negative y. Draws one frame into clip (inclusive) of an 8-bit image: black (the palette
+ * index nearest to it), then what the camera at eye sees of the map when it looks at target. */
 RUNA1_IMPORT(void) k3dDrawAFrameScreen(GRAPHIC destination, int32_t clip[4], int32_t center[2],
                                        int32_t focal, GRAPHIC map, K3DVector* eye, K3DVector* target);
 /* The selection of a place on the map, in `rect` of the client area: the keypad, the arrows,
@@ -425,6 +445,13 @@ RUNA1_IMPORT(uint32_t) Timer_Sleep(uint32_t milliseconds);
 /* ---- Movie -------------------------------------------------------------------------------- */
 
 /* ---- Menu screens ------------------------------------------------------------------------- */
+/* Each screen draws into `target`, the image the module shows in the main window, runs until
+ * the player chooses, and gives the choice or -1. Their files: the archive and the cursor files
+ * "Arrow.cur" and "GripHand.cur" in the folder of the profile's "Installed" "BinDir"; the save
+ * files "nodali<page><slot>.sav" in "Installed" "SaveDir". Save and load: ten slots on each of
+ * the pages 1 to 5; the result is page * 10 + slot. */
+RUNA1_IMPORT(int32_t) Nodali_SaveContextMenu(GRAPHIC target, int32_t page);
+RUNA1_IMPORT(int32_t) Nodali_LoadContextMenu(GRAPHIC target, int32_t page);
 
 #ifdef __cplusplus
 }
