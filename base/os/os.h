@@ -142,6 +142,8 @@ uintptr_t threadHandle(const Thread* thread);
 uint32_t threadId(const Thread* thread);
 // The calling thread's scheduling priority (THREAD_PRIORITY_*); nothing natively.
 void setCurrentThreadPriority(int32_t priority);
+// The calling thread's priority; THREAD_PRIORITY_NORMAL natively.
+int32_t currentThreadPriority();
 
 // ---- Block memory --------------------------------------------------------------------------
 // Fixed blocks of GlobalAlloc. The native build takes them from the C heap and keeps a table
@@ -253,6 +255,8 @@ class Lock {
 int showCursor(bool show);
 // Re-sets the current cursor so that a hidden one disappears at once.
 void refreshCursor();
+// Moves the cursor to a point of the screen (nothing natively).
+void setCursorPosition(POINT point);
 // The primary screen's size in pixels.
 SIZE screenSize();
 // Bits per pixel of a device context compatible with the display; 0 if none can be made.

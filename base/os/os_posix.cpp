@@ -391,6 +391,8 @@ uintptr_t threadHandle(const Thread* thread) { return reinterpret_cast<uintptr_t
 uint32_t threadId(const Thread* thread) { return thread->id; }
 void setCurrentThreadPriority(int32_t) {}
 
+int32_t currentThreadPriority() { return 0; }
+
 bool waitThread(Thread* thread, uint32_t milliseconds) {
   timespec until;
   clock_gettime(CLOCK_REALTIME, &until);
@@ -581,6 +583,8 @@ DisplayMode currentMode = kDesktopMode;
 int showCursor(bool show) { return show ? ++cursorCount : --cursorCount; }
 
 void refreshCursor() {}
+
+void setCursorPosition(POINT) {}
 
 SIZE screenSize() { return SIZE{static_cast<LONG>(currentMode.width), static_cast<LONG>(currentMode.height)}; }
 

@@ -267,6 +267,8 @@ uintptr_t threadHandle(const Thread* thread) { return reinterpret_cast<uintptr_t
 uint32_t threadId(const Thread* thread) { return thread->id; }
 void setCurrentThreadPriority(int32_t priority) { SetThreadPriority(GetCurrentThread(), priority); }
 
+int32_t currentThreadPriority() { return GetThreadPriority(GetCurrentThread()); }
+
 bool waitThread(Thread* thread, uint32_t milliseconds) {
   return WaitForSingleObject(thread->handle, milliseconds) == WAIT_TIMEOUT;
 }
@@ -448,6 +450,8 @@ namespace os {
 int showCursor(bool show) { return ShowCursor(show ? TRUE : FALSE); }
 
 void refreshCursor() { SetCursor(SetCursor(nullptr)); }
+
+void setCursorPosition(POINT point) { SetCursorPos(point.x, point.y); }
 
 SIZE screenSize() { return SIZE{GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)}; }
 

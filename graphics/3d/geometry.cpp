@@ -37,21 +37,21 @@ void revolutionYXAxis(K3DRevolution* yAngle, K3DRevolution* xAngle, const K3DVec
 }
 
 uint32_t clipZBelow(K3DVector* dst, const K3DVector* src, uint32_t count, int32_t zNear) {
-  const double near = zNear;
+  const double nearPlane = zNear;
   const uint32_t room = count + 1;
   uint32_t out = 0;
   auto emit = [&](const K3DVector& point) {
     if (out < room) dst[out++] = point;
   };
-  // The crossing of the edge from p to c with the plane z = near.
-  auto crossing = [near](const K3DVector& p, const K3DVector& c) {
-    const double t = (near - c.z) / (c.z - p.z);
-    return K3DVector{(c.x - p.x) * t + c.x, (c.y - p.y) * t + c.y, near};
+  // The crossing of the edge from p to c with the near plane.
+  auto crossing = [nearPlane](const K3DVector& p, const K3DVector& c) {
+    const double t = (nearPlane - c.z) / (c.z - p.z);
+    return K3DVector{(c.x - p.x) * t + c.x, (c.y - p.y) * t + c.y, nearPlane};
   };
   for (uint32_t i = 0; i < count; ++i) {
     const K3DVector& p = src[i == 0 ? count - 1 : i - 1];
     const K3DVector& c = src[i];
-    const bool previousInside = p.z >= near, inside = c.z >= near;
+    const bool previousInside = p.z >= nearPlane, inside = c.z >= nearPlane;
     if (!previousInside && inside) emit(crossing(p, c));
     if (inside) emit(c);
     if (previousInside && !inside) emit(crossing(p, c));

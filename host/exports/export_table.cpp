@@ -248,6 +248,8 @@ const ExportEntry kRows[] = {
     RUNA1_EXPORT_ROW(k3dClipDispRect, 16),
     RUNA1_EXPORT_ROW(k3dNormalizeForDrawPolygon, 24),
     RUNA1_EXPORT_ROW(k3dDrawTexturePlygon, 36),
+    RUNA1_EXPORT_ROW(k3dDrawAFrameScreen, 28),
+    RUNA1_EXPORT_ROW(k3dSelectPlaceOnMap, 36),
     // Wave mixer and sounds
     RUNA1_EXPORT_ROW(WaveMixer_Open, 20),
     RUNA1_EXPORT_ROW(WaveMixer_Close, 0),

@@ -1,6 +1,8 @@
 #include "host/exports/k3d.h"
 
+#include "graphics/3d/map_scene.h"
 #include "graphics/3d/texture_polygon.h"
+#include "host/map/map_selection.h"
 
 void RUNA1_API k3dRevolveXAxis(K3DVector* dst, const K3DVector* src, const K3DRevolution* angle, uint32_t count) {
   k3d::revolveXAxis(dst, src, *angle, count);
@@ -40,4 +42,15 @@ void RUNA1_API k3dDrawTexturePlygon(ImageInfo* destination, K3DPoint* polygon, u
                                     K3DVector* origin, K3DVector* axisU, K3DVector* axisV, int32_t* center,
                                     int32_t focal) {
   k3d::drawTexturePolygon(*destination, polygon, count, *texture, *origin, *axisU, *axisV, center, focal);
+}
+
+void RUNA1_API k3dDrawAFrameScreen(Graphic* destination, int32_t* clip, int32_t* center, int32_t focal, Graphic* map,
+                                   K3DVector* eye, K3DVector* target) {
+  k3d::drawFrameScreen(*destination, clip, center, focal, *map, *eye, *target);
+}
+
+void RUNA1_API k3dSelectPlaceOnMap(int32_t* rect, Graphic* map, int32_t* places, Graphic** labels,
+                                   int32_t* labelOffsets, int32_t placeCount, int32_t* place, int32_t* height,
+                                   void* listener) {
+  selectPlaceOnMap(rect, map, places, labels, labelOffsets, placeCount, place, height, listener);
 }

@@ -5,6 +5,7 @@
 
 #include "base/os/win32_types.h"
 #include "graphics/3d/geometry.h"
+#include "graphics/graphic.h"
 #include "graphics/core/molaq.h"
 
 extern "C" {
@@ -21,4 +22,9 @@ void RUNA1_API k3dNormalizeForDrawPolygon(K3DPoint* first, uint32_t* firstCount,
 void RUNA1_API k3dDrawTexturePlygon(ImageInfo* destination, K3DPoint* polygon, uint32_t count, ImageInfo* texture,
                                     K3DVector* origin, K3DVector* axisU, K3DVector* axisV, int32_t* center,
                                     int32_t focal);
+void RUNA1_API k3dDrawAFrameScreen(Graphic* destination, int32_t* clip, int32_t* center, int32_t focal, Graphic* map,
+                                   K3DVector* eye, K3DVector* target);
+void RUNA1_API k3dSelectPlaceOnMap(int32_t* rect, Graphic* map, int32_t* places, Graphic** labels,
+                                   int32_t* labelOffsets, int32_t placeCount, int32_t* place, int32_t* height,
+                                   void* listener);
 }

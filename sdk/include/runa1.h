@@ -407,6 +407,20 @@ RUNA1_IMPORT(void) k3dNormalizeForDrawPolygon(K3DPoint* first, uint32_t* firstCo
 RUNA1_IMPORT(void) k3dDrawTexturePlygon(ImageInfo* destination, K3DPoint* polygon, uint32_t count,
                                         ImageInfo* texture, K3DVector* origin, K3DVector* axisU,
                                         K3DVector* axisV, int32_t center[2], int32_t focal);
+/* The map scene: the map image lies on the ground, texel (u, v) at (u, 0, v); a camera above it
+ * has a negative y. Draws one frame into clip (inclusive) of an 8-bit image: black (the palette
+ * index nearest to it), then what the camera at eye sees of the map when it looks at target. */
+RUNA1_IMPORT(void) k3dDrawAFrameScreen(GRAPHIC destination, int32_t clip[4], int32_t center[2],
+                                       int32_t focal, GRAPHIC map, K3DVector* eye, K3DVector* target);
+/* The selection of a place on the map, in `rect` of the client area: the keypad, the arrows,
+ * Enter or Space and the mouse (as a joystick around the window's centre, left button to
+ * decide) fly the camera from place to place and up and down (height steps 0 to 6; -1 starts
+ * at 3). places and labelOffsets are pairs (x, z; the label's point that goes to the centre).
+ * Returns at a decision with *place and *height; the listener's slot 1 (a member function
+ * taking two int32) is called with two zeros then. The screens of the main view are detached. */
+RUNA1_IMPORT(void) k3dSelectPlaceOnMap(int32_t rect[4], GRAPHIC map, int32_t* places,
+                                       GRAPHIC* labels, int32_t* labelOffsets, int32_t placeCount,
+                                       int32_t* place, int32_t* height, void* listener);
 
 /* ---- Wave mixer and sounds ---------------------------------------------------------------- */
 /* The mixer: buffers of bufferMs, mixed ahead on a timer of timerMs, in one PCM format (1 or 2

@@ -151,17 +151,6 @@ TEST(NearClipTest, NeverWritesPastRoomForCountPlusOne) {
   for (int i = 9; i < 12; ++i) expectNear(out[i], guard, 0.0);
 }
 
-TEST(ProjectionTest, DividesByDepthAndMovesToTheCentre) {
-  const K3DVector points[] = {{10, -20, 4}, {0, 0, 1}, {-3, 3, 300}};
-  const int32_t center[2] = {320, 240};
-  K3DPoint out[3];
-  k3dProject2DScreen(out, points, 3, center, 480);
-  for (int i = 0; i < 3; ++i) {
-    EXPECT_DOUBLE_EQ(out[i].x, 320 + points[i].x * 480 / points[i].z);
-    EXPECT_DOUBLE_EQ(out[i].y, 240 + points[i].y * 480 / points[i].z);
-  }
-}
-
 double area(const std::vector<K3DPoint>& polygon) {
   double sum = 0;
   for (size_t i = 0; i < polygon.size(); ++i) {

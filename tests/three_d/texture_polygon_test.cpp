@@ -316,14 +316,4 @@ TEST(TexturePolygonTest, APlaneSeenEdgeOnLeavesTheSolvedPixelsAlone) {
   }
 }
 
-TEST(TexturePolygonTest, TheExportDrawsThroughTheChosenVariant) {
-  Image screen(80, 60, kBackground), texture = namedTexture(15, 16), reference(80, 60, kBackground);
-  Scene scene = groundScene();
-  std::vector<K3DPoint> polygon = kWholeScreen;
-  k3dDrawTexturePlygon(&screen.info, polygon.data(), 4, &texture.info, &scene.plane.origin, &scene.plane.u,
-                       &scene.plane.v, scene.center, scene.focal);
-  draw(reference, polygon, texture, scene, k3d::Variant::Plain);
-  EXPECT_EQ(screen.bytes, reference.bytes);
-}
-
 }  // namespace
