@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <climits>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -307,12 +308,23 @@ TEST_F(FontGraphicTest, BadInputGivesItsResultAndWritesNothingOutsideTheMask) {
   EXPECT_EQ(FontGrph_DrawText(image, "\x82"), 0);  // a lone lead byte, too wide for the rest of the line
   FontGrph_LocateText(image, 191, 83);
   EXPECT_EQ(FontGrph_DrawText(image, "a"), -1);  // reaching the last row of the mask, a column short of its right
+  FontGrph_LocateText(image, INT32_MIN, 0);  // the whole text fits the width left of the mask
+  EXPECT_EQ(draw("あい"), -1);
+  EXPECT_EQ(pen().x, INT32_MIN + 2 * kFull);
   EXPECT_EQ(FontGrph_DrawText(image, ""), -1);
   EXPECT_EQ(FontGrph_DrawText(image, nullptr), -1);
   for (size_t i = 0; i < pitch; ++i) ASSERT_EQ(spare[i], 0x5A) << i;
   // The device's own font with the font's line height still moves down and ends.
   FontGrph_SelectFont(image, nullptr, 0);
   FontGrph_LocateText(image, 0, 0);
+  FontGrph_SetTextClip(image, 0, 0, 5, 99);
+  EXPECT_EQ(draw("あい"), 0);
+  // A negative line height moves the pen up; a line that never fits still ends.
+  FontGrph_SelectFont(image, font, -5);
+  FontGrph_SetTextClip(image, 0, 0, 2 * kFull + 7, 99);
+  FontGrph_LocateText(image, 0, 50);
+  EXPECT_EQ(draw("あいう"), -1);
+  EXPECT_EQ(pen().y, 45);
   FontGrph_SetTextClip(image, 0, 0, 5, 99);
   EXPECT_EQ(draw("あい"), 0);
   // A huge text ends at the bottom of the clip with the bytes of the lines drawn.

@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include "module_log.h"
+#include "window_pixels.h"
 
 #define PICTURE_WIDTH 400
 #define PICTURE_HEIGHT 300
@@ -61,29 +62,6 @@ static void makeScreens(void) {
                     FRONT_TOP + FRONT_SIZE * FRONT_STRETCH - 1};
   report("attach-back", View_AttachScreen(View_Create(back, &whole, NULL), NULL, 0) == 0);
   report("attach-front", View_AttachScreen(View_Create(front, &stretched, NULL), NULL, 0) == 0);
-}
-
-/* The client area's pixels, 32 bits each, rows top-down. */
-static uint32_t* readWindow(HWND window, int width, int height) {
-  static uint32_t* bits;
-  BITMAPINFO info = {0};
-  info.bmiHeader.biSize = sizeof info.bmiHeader;
-  info.bmiHeader.biWidth = width;
-  info.bmiHeader.biHeight = -height;
-  info.bmiHeader.biPlanes = 1;
-  info.bmiHeader.biBitCount = 32;
-  info.bmiHeader.biCompression = BI_RGB;
-  HDC windowDc = GetDC(window);
-  HDC memory = CreateCompatibleDC(windowDc);
-  static HBITMAP bitmap;
-  if (bitmap) DeleteObject(bitmap);
-  bitmap = CreateDIBSection(windowDc, &info, DIB_RGB_COLORS, (void**)&bits, NULL, 0);
-  HGDIOBJ previous = SelectObject(memory, bitmap);
-  BitBlt(memory, 0, 0, width, height, windowDc, 0, 0, SRCCOPY);
-  SelectObject(memory, previous);
-  DeleteDC(memory);
-  ReleaseDC(window, windowDc);
-  return bits;
 }
 
 /* Compares every picture pixel with the window pixel in the middle of its scaled cell, and the
