@@ -198,8 +198,8 @@ int32_t FontGrph::DrawText(const char* text) {
       // Every further line would be this one again, consuming nothing, until the pen passes the
       // clip's bottom: go there at once (or stop, if the pen never gets there). A line that is
       // only a hyphen is drawn once, not again on every line down the clip.
-      if (advance > 0 && penY_ <= clip_.bottom) {
-        int64_t lines = (int64_t{clip_.bottom} - penY_) / advance + 1;
+      if (advance > 0) {
+        int64_t lines = std::max<int64_t>((int64_t{clip_.bottom} - penY_) / advance + 1, 1);
         penY_ = clampToInt32(penY_ + lines * advance);
       }
       truncated = true;

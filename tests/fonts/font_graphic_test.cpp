@@ -221,8 +221,11 @@ TEST_F(FontGraphicTest, TextWiderThanTheClipGoesDownTheLinesDrawingNothing) {
   clipWidth(kFull - 1, 50);
   EXPECT_EQ(draw("あい"), 0);
   EXPECT_TRUE(drawn.empty());
-  EXPECT_GT(pen().y, 50);
+  EXPECT_EQ(pen().y, 3 * kCell);
   EXPECT_EQ(inkIn(image, 0, 0, 200, 100), 0);
+  FontGrph_LocateText(image, 0, 60);  // below the clip: one line down
+  EXPECT_EQ(draw("あい"), 0);
+  EXPECT_EQ(pen().y, 60 + kCell);
   // An inverted clip fits nothing either; a pen right of the clip goes on at the next line.
   FontGrph_SetTextClip(image, 100, 0, 50, 99);
   FontGrph_LocateText(image, 100, 0);
