@@ -51,6 +51,8 @@ uint32_t FontGrph::Create(int32_t width, int32_t height) {
   device_ = &textRasterizer();
   surface_ = device_->createSurface(width, height);
   if (!surface_) return 1;
+  planeWidth_ = width;
+  planeHeight_ = height;
   penX_ = penY_ = 0;
   clip_ = {0, 0, width - 1, height - 1};
   return 0;
@@ -211,6 +213,10 @@ int32_t FontGrph::DrawText(const char* text) {
       break;
     }
   }
-  device_->end(context, Pixels());
+  // The mask gets the plane's pixels, unless the caller put a bitmap of another shape in its
+  // place, which the copy would not fit.
+  const BITMAPINFOHEADER& mask = Header();
+  bool fits = mask.biBitCount == 1 && mask.biWidth == planeWidth_ && mask.biHeight == planeHeight_;
+  device_->end(context, fits ? Pixels() : nullptr);
   return truncated ? static_cast<int32_t>(consumed) : -1;
 }

@@ -66,5 +66,6 @@ class FontGrph : public Graphic {
   RECT clip_{};
   const TextRasterizer* device_ = nullptr;  // the backend that made the plane
   TextSurface* surface_ = nullptr;  // what the text is drawn into; the mask gets a copy
+  int32_t planeWidth_ = 0, planeHeight_ = 0;
   std::vector<uint32_t> prohibited_;
 };

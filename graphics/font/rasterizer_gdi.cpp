@@ -203,8 +203,9 @@ void end(TextContext* context, uint8_t* pixels) {
   info.header = {sizeof(BITMAPINFOHEADER), context->surface->width, context->surface->height, 1, 1, BI_RGB,
                  0, 0, 0, 2, 2};
   info.colours[1] = {255, 255, 255, 0};
-  GetDIBits(dc, context->surface->bitmap, 0, static_cast<UINT>(context->surface->height), pixels,
-            reinterpret_cast<BITMAPINFO*>(&info), DIB_RGB_COLORS);
+  if (pixels)
+    GetDIBits(dc, context->surface->bitmap, 0, static_cast<UINT>(context->surface->height), pixels,
+              reinterpret_cast<BITMAPINFO*>(&info), DIB_RGB_COLORS);
   DeleteDC(dc);
   if (context->replacement) DeleteObject(context->replacement);
   delete context;

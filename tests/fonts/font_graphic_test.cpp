@@ -341,6 +341,18 @@ TEST_F(FontGraphicTest, BadInputGivesItsResultAndWritesNothingOutsideTheMask) {
   EXPECT_EQ(FontGrph_Create(10, -1), nullptr);
   FontGrph unmade;
   EXPECT_EQ(unmade.DrawText("a"), 1);
+  // Pixels of another shape in the mask's place are left alone; detached ones too.
+  struct {
+    BITMAPINFOHEADER header;
+    RGBQUAD colours[256];
+  } small{{sizeof(BITMAPINFOHEADER), 4, 4, 1, 8, BI_RGB, 16, 0, 0, 256, 256}, {}};
+  uint8_t smallPixels[16 * 2] = {};
+  graphic_AttachDIBitmap(image, reinterpret_cast<const BITMAPINFO*>(&small), smallPixels);
+  FontGrph_LocateText(image, 0, 0);
+  EXPECT_EQ(draw("あ"), -1);
+  for (uint8_t value : smallPixels) ASSERT_EQ(value, 0);
+  graphic_DetachDIBitmap(image);
+  EXPECT_EQ(draw("あ"), -1);
 }
 
 TEST_F(FontGraphicTest, FontGrphDeleteIsTheImageDelete) {
