@@ -50,10 +50,9 @@ class FontGrph : public Graphic {
   // Replaces the prohibited table by the characters of `text`.
   void SetProbitChars(const char* text);
 
+ private:
   // Where the line that starts at `line` ends when `fit` of its `remaining` bytes fit.
   LineBreak FindBreak(const char* line, size_t remaining, size_t fit) const;
-
- private:
   bool IsProhibited(uint32_t code) const;
   // Bytes of `text` that fit `maxWidth`, measured in growing windows so that a huge text is not
   // measured whole for every line. False if the measure failed.
