@@ -9,13 +9,20 @@
 #include "host/exports/file.h"
 #include "host/exports/font.h"
 #include "host/exports/graphic.h"
+#include "host/exports/k3d.h"
 #include "host/exports/main_window.h"
 #include "host/exports/module.h"
+#include "host/exports/molaq_image.h"
 #include "host/exports/numeric.h"
+#include "host/exports/record_file.h"
+#include "host/exports/screens.h"
 #include "host/exports/services.h"
+#include "host/exports/string_stream.h"
 #include "host/exports/system.h"
-#include "host/exports/text.h"
+#include "host/exports/text_resource.h"
+#include "host/exports/timer.h"
 #include "host/exports/view.h"
+#include "host/exports/zbuffer.h"
 
 namespace {
 
@@ -230,11 +237,30 @@ const ExportEntry kRows[] = {
     RUNA1_EXPORT_ROW(FontGrph_SetTextClip, 20),
     RUNA1_EXPORT_ROW(FontGrph_SetProbitChars, 8),
     // 3D
+    RUNA1_EXPORT_ROW(k3dRevolveXAxis, 16),
+    RUNA1_EXPORT_ROW(k3dRevolveYAxis, 16),
+    RUNA1_EXPORT_ROW(k3dRevolveZAxis, 16),
+    RUNA1_EXPORT_ROW(k3dGetRevolutionYXAxis, 12),
+    RUNA1_EXPORT_ROW(k3dClipZBelow, 16),
+    RUNA1_EXPORT_ROW(k3dProject2DScreen, 20),
+    RUNA1_EXPORT_ROW(k3dClipDispRect, 16),
+    RUNA1_EXPORT_ROW(k3dNormalizeForDrawPolygon, 24),
+    RUNA1_EXPORT_ROW(k3dDrawTexturePlygon, 36),
     // Wave mixer and sounds
     // MIDI music
     // Timers
+    RUNA1_EXPORT_ROW(Timer_Create, 12),
+    RUNA1_EXPORT_ROW(Timer_Delete, 4),
+    RUNA1_EXPORT_ROW(Timer_ResetCounter, 16),
+    RUNA1_EXPORT_ROW(Timer_StartTimer, 4),
+    RUNA1_EXPORT_ROW(Timer_PauseTimer, 4),
+    RUNA1_EXPORT_ROW(Timer_SetCounter, 12),
+    RUNA1_EXPORT_ROW(Timer_GetCounter, 8),
+    RUNA1_EXPORT_ROW(Timer_Sleep, 4),
     // Movie
     // Menu screens
+    RUNA1_EXPORT_ROW(Nodali_SaveContextMenu, 8),
+    RUNA1_EXPORT_ROW(Nodali_LoadContextMenu, 8),
 };
 
 constexpr size_t kCount = sizeof(kRows) / sizeof(kRows[0]);

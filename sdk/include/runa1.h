@@ -367,16 +367,77 @@ RUNA1_IMPORT(uint32_t) FontGrph_SetTextClip(GRAPHIC image, int32_t left, int32_t
 RUNA1_IMPORT(uint32_t) FontGrph_SetProbitChars(GRAPHIC image, const char* text);
 
 /* ---- 3D ----------------------------------------------------------------------------------- */
+/* A view space has the eye at the origin and looks along +z; screen y grows downward. There are
+ * no matrices: a view is a rotation about Y followed by one about X. Rotations may work in
+ * place. Rectangles are left, top, right, bottom, inclusive; centres are x, y. */
+typedef struct K3DVector {
+  double x, y, z;
+} K3DVector;
+typedef struct K3DPoint {
+  double x, y;
+} K3DPoint;
+typedef struct K3DRevolution {
+  double sine, cosine;
+} K3DRevolution;
+RUNA1_IMPORT(void) k3dRevolveXAxis(K3DVector* dst, const K3DVector* src, const K3DRevolution* angle,
+                                   uint32_t count);
+RUNA1_IMPORT(void) k3dRevolveYAxis(K3DVector* dst, const K3DVector* src, const K3DRevolution* angle,
+                                   uint32_t count);
+/* Turns the other way round than the X and Y rotations. */
+RUNA1_IMPORT(void) k3dRevolveZAxis(K3DVector* dst, const K3DVector* src, const K3DRevolution* angle,
+                                   uint32_t count);
+/* The two angles that turn `direction` onto +z: Y first, then X. */
+RUNA1_IMPORT(void) k3dGetRevolutionYXAxis(K3DRevolution* yAngle, K3DRevolution* xAngle,
+                                          const K3DVector* direction);
+/* Keeps the polygon's part at z >= zNear; dst (not src) has room for count + 1 vertices. */
+RUNA1_IMPORT(uint32_t) k3dClipZBelow(K3DVector* dst, const K3DVector* src, uint32_t count,
+                                     int32_t zNear);
+RUNA1_IMPORT(void) k3dProject2DScreen(K3DPoint* dst, const K3DVector* src, uint32_t count,
+                                      const int32_t center[2], int32_t focal);
+/* dst has room for 4 * count points. */
+RUNA1_IMPORT(uint32_t) k3dClipDispRect(K3DPoint* dst, const K3DPoint* src, uint32_t count,
+                                       const int32_t rect[4]);
+/* Splits a convex polygon into the left and the right chain from its top to its bottom. */
+RUNA1_IMPORT(void) k3dNormalizeForDrawPolygon(K3DPoint* first, uint32_t* firstCount,
+                                              K3DPoint* second, uint32_t* secondCount,
+                                              const K3DPoint* polygon, uint32_t count);
+/* Fills a convex screen polygon (clipped to the destination) from an 8-bit texture lying on a
+ * plane in view space: texel (u, v) at origin + u * axisU + v * axisV. Both images are 8 bits
+ * per pixel; texels outside the texture leave the pixel alone. */
+RUNA1_IMPORT(void) k3dDrawTexturePlygon(ImageInfo* destination, K3DPoint* polygon, uint32_t count,
+                                        ImageInfo* texture, K3DVector* origin, K3DVector* axisU,
+                                        K3DVector* axisV, int32_t center[2], int32_t focal);
 
 /* ---- Wave mixer and sounds ---------------------------------------------------------------- */
 
 /* ---- MIDI music --------------------------------------------------------------------------- */
 
 /* ---- Timers ------------------------------------------------------------------------------- */
+/* Count-up timers: the count is the number of whole intervals (milliseconds each) since the
+ * start, held at the limit; it is brought up to date whenever it is read. A timer is created
+ * stopped with the count 0; a start after a pause begins a fresh interval. */
+typedef RUNA1_HANDLE KTIMER;
+RUNA1_IMPORT(KTIMER) Timer_Create(uint32_t interval, uint32_t limitLow, uint32_t limitHigh);
+RUNA1_IMPORT(void) Timer_Delete(KTIMER timer);
+RUNA1_IMPORT(void) Timer_ResetCounter(KTIMER timer, uint32_t interval, uint32_t limitLow,
+                                      uint32_t limitHigh);
+RUNA1_IMPORT(void) Timer_StartTimer(KTIMER timer);
+RUNA1_IMPORT(void) Timer_PauseTimer(KTIMER timer);
+RUNA1_IMPORT(void) Timer_SetCounter(KTIMER timer, uint32_t low, uint32_t high);
+RUNA1_IMPORT(uint32_t) Timer_GetCounter(KTIMER timer, uint64_t* counter);
+/* Sleeps and gives the milliseconds that really passed. */
+RUNA1_IMPORT(uint32_t) Timer_Sleep(uint32_t milliseconds);
 
 /* ---- Movie -------------------------------------------------------------------------------- */
 
 /* ---- Menu screens ------------------------------------------------------------------------- */
+/* Each screen draws into `target`, the image the module shows in the main window, runs until
+ * the player chooses, and gives the choice or -1. Their files: the archive and the cursor files
+ * "Arrow.cur" and "GripHand.cur" in the folder of the profile's "Installed" "BinDir"; the save
+ * files "nodali<page><slot>.sav" in "Installed" "SaveDir". Save and load: ten slots on each of
+ * the pages 1 to 5; the result is page * 10 + slot. */
+RUNA1_IMPORT(int32_t) Nodali_SaveContextMenu(GRAPHIC target, int32_t page);
+RUNA1_IMPORT(int32_t) Nodali_LoadContextMenu(GRAPHIC target, int32_t page);
 
 #ifdef __cplusplus
 }
