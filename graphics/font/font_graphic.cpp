@@ -51,6 +51,8 @@ uint32_t FontGrph::Create(int32_t width, int32_t height) {
   device_ = &textRasterizer();
   surface_ = device_->createSurface(width, height);
   if (!surface_) return 1;
+  planeWidth_ = width;
+  planeHeight_ = height;
   penX_ = penY_ = 0;
   clip_ = {0, 0, width - 1, height - 1};
   return 0;
@@ -139,9 +141,9 @@ bool FontGrph::Fit(const TextRasterizer& device, TextContext* context, const cha
                    int32_t maxWidth, size_t* fit, int32_t* height) {
   // Glyphs are at least a pixel wide in practice, so a window of twice the width in bytes
   // holds the line; it grows when all of it fits.
-  size_t window = 2 * (static_cast<size_t>(std::max(maxWidth, 0)) + 1) + 2;
+  uint64_t window = 2 * (static_cast<uint64_t>(std::max(maxWidth, 0)) + 1) + 2;
   for (;;) {
-    size_t length = std::min({remaining, window, kMaxMeasure});
+    size_t length = static_cast<size_t>(std::min<uint64_t>({remaining, window, kMaxMeasure}));
     int32_t bytes = 0;
     if (!device.fit(context, text, static_cast<int32_t>(length), maxWidth, &bytes, height)) return false;
     if (static_cast<size_t>(bytes) < length || length == remaining || length == kMaxMeasure) {
@@ -194,11 +196,12 @@ int32_t FontGrph::DrawText(const char* text) {
     }
     int32_t advance = lineHeight_ ? lineHeight_ : size.cy;
     penX_ = clip_.left;
-    if (line.next == 0 && !line.hyphen && lineStartX == clip_.left) {
-      // Every further line would be this one again, drawing nothing, until the pen passes the
-      // clip's bottom: go there at once (or stop, if the pen never gets there).
-      if (advance > 0 && penY_ <= clip_.bottom) {
-        int64_t lines = (int64_t{clip_.bottom} - penY_) / advance + 1;
+    if (line.next == 0 && lineStartX == clip_.left) {
+      // Every further line would be this one again, consuming nothing, until the pen passes the
+      // clip's bottom: go there at once (or stop, if the pen never gets there). A line that is
+      // only a hyphen is drawn once, not again on every line down the clip.
+      if (advance > 0) {
+        int64_t lines = std::max<int64_t>((int64_t{clip_.bottom} - penY_) / advance + 1, 1);
         penY_ = clampToInt32(penY_ + lines * advance);
       }
       truncated = true;
@@ -210,6 +213,10 @@ int32_t FontGrph::DrawText(const char* text) {
       break;
     }
   }
-  device_->end(context, Pixels());
+  // The mask gets the plane's pixels, unless the caller put a bitmap of another shape in its
+  // place, which the copy would not fit.
+  const BITMAPINFOHEADER& mask = Header();
+  bool fits = mask.biBitCount == 1 && mask.biWidth == planeWidth_ && mask.biHeight == planeHeight_;
+  device_->end(context, fits ? Pixels() : nullptr);
   return truncated ? static_cast<int32_t>(consumed) : -1;
 }

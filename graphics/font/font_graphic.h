@@ -50,10 +50,9 @@ class FontGrph : public Graphic {
   // Replaces the prohibited table by the characters of `text`.
   void SetProbitChars(const char* text);
 
+ private:
   // Where the line that starts at `line` ends when `fit` of its `remaining` bytes fit.
   LineBreak FindBreak(const char* line, size_t remaining, size_t fit) const;
-
- private:
   bool IsProhibited(uint32_t code) const;
   // Bytes of `text` that fit `maxWidth`, measured in growing windows so that a huge text is not
   // measured whole for every line. False if the measure failed.
@@ -66,5 +65,6 @@ class FontGrph : public Graphic {
   RECT clip_{};
   const TextRasterizer* device_ = nullptr;  // the backend that made the plane
   TextSurface* surface_ = nullptr;  // what the text is drawn into; the mask gets a copy
+  int32_t planeWidth_ = 0, planeHeight_ = 0;
   std::vector<uint32_t> prohibited_;
 };

@@ -281,7 +281,7 @@ void draw(TextContext* context, int32_t x, int32_t y, const char* text, int32_t 
 
 void end(TextContext* context, uint8_t* pixels) {
   const TextSurface& plane = *context->surface;
-  for (int32_t row = 0; row < plane.height; ++row)
+  for (int32_t row = 0; pixels && row < plane.height; ++row)
     std::memcpy(pixels + static_cast<size_t>(plane.height - 1 - row) * plane.pitch,
                 plane.bits.data() + static_cast<size_t>(row) * plane.pitch, plane.pitch);
   delete context;

@@ -7,6 +7,7 @@
 #include <cwchar>
 #include <map>
 #include <mutex>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -134,7 +135,12 @@ bool available() { return true; }
 
 TextSurface* createSurface(int32_t width, int32_t height) {
   // Rows of a device bitmap are padded to 16 bits.
-  std::vector<uint8_t> clear((static_cast<size_t>(width) + 15) / 16 * 2 * static_cast<size_t>(height));
+  std::vector<uint8_t> clear;
+  try {
+    clear.resize((static_cast<size_t>(width) + 15) / 16 * 2 * static_cast<size_t>(height));
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
   HBITMAP bitmap = CreateBitmap(width, height, 1, 1, clear.data());
   return bitmap ? new TextSurface{bitmap, width, height} : nullptr;
 }
@@ -197,8 +203,9 @@ void end(TextContext* context, uint8_t* pixels) {
   info.header = {sizeof(BITMAPINFOHEADER), context->surface->width, context->surface->height, 1, 1, BI_RGB,
                  0, 0, 0, 2, 2};
   info.colours[1] = {255, 255, 255, 0};
-  GetDIBits(dc, context->surface->bitmap, 0, static_cast<UINT>(context->surface->height), pixels,
-            reinterpret_cast<BITMAPINFO*>(&info), DIB_RGB_COLORS);
+  if (pixels)
+    GetDIBits(dc, context->surface->bitmap, 0, static_cast<UINT>(context->surface->height), pixels,
+              reinterpret_cast<BITMAPINFO*>(&info), DIB_RGB_COLORS);
   DeleteDC(dc);
   if (context->replacement) DeleteObject(context->replacement);
   delete context;

@@ -32,8 +32,8 @@ struct TextRasterizer {
   SIZE (*extent)(TextContext* context, const char* text, int32_t length);
   // Draws `length` bytes of text with the top left of its cell at (x, y), clipped to the plane.
   void (*draw)(TextContext* context, int32_t x, int32_t y, const char* text, int32_t length);
-  // Copies the plane into `pixels`, a bottom-up 1-bit DIB of its size (0 black, 1 white), and
-  // ends the session.
+  // Copies the plane into `pixels` (unless null), a bottom-up 1-bit DIB of its size (0 black,
+  // 1 white), and ends the session.
   void (*end)(TextContext* context, uint8_t* pixels);
 };
 

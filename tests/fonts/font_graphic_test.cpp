@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <climits>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -220,8 +221,11 @@ TEST_F(FontGraphicTest, TextWiderThanTheClipGoesDownTheLinesDrawingNothing) {
   clipWidth(kFull - 1, 50);
   EXPECT_EQ(draw("あい"), 0);
   EXPECT_TRUE(drawn.empty());
-  EXPECT_GT(pen().y, 50);
+  EXPECT_EQ(pen().y, 3 * kCell);
   EXPECT_EQ(inkIn(image, 0, 0, 200, 100), 0);
+  FontGrph_LocateText(image, 0, 60);  // below the clip: one line down
+  EXPECT_EQ(draw("あい"), 0);
+  EXPECT_EQ(pen().y, 60 + kCell);
   // An inverted clip fits nothing either; a pen right of the clip goes on at the next line.
   FontGrph_SetTextClip(image, 100, 0, 50, 99);
   FontGrph_LocateText(image, 100, 0);
@@ -307,12 +311,23 @@ TEST_F(FontGraphicTest, BadInputGivesItsResultAndWritesNothingOutsideTheMask) {
   EXPECT_EQ(FontGrph_DrawText(image, "\x82"), 0);  // a lone lead byte, too wide for the rest of the line
   FontGrph_LocateText(image, 191, 83);
   EXPECT_EQ(FontGrph_DrawText(image, "a"), -1);  // reaching the last row of the mask, a column short of its right
+  FontGrph_LocateText(image, INT32_MIN, 0);  // the whole text fits the width left of the mask
+  EXPECT_EQ(draw("あい"), -1);
+  EXPECT_EQ(pen().x, INT32_MIN + 2 * kFull);
   EXPECT_EQ(FontGrph_DrawText(image, ""), -1);
   EXPECT_EQ(FontGrph_DrawText(image, nullptr), -1);
   for (size_t i = 0; i < pitch; ++i) ASSERT_EQ(spare[i], 0x5A) << i;
   // The device's own font with the font's line height still moves down and ends.
   FontGrph_SelectFont(image, nullptr, 0);
   FontGrph_LocateText(image, 0, 0);
+  FontGrph_SetTextClip(image, 0, 0, 5, 99);
+  EXPECT_EQ(draw("あい"), 0);
+  // A negative line height moves the pen up; a line that never fits still ends.
+  FontGrph_SelectFont(image, font, -5);
+  FontGrph_SetTextClip(image, 0, 0, 2 * kFull + 7, 99);
+  FontGrph_LocateText(image, 0, 50);
+  EXPECT_EQ(draw("あいう"), -1);
+  EXPECT_EQ(pen().y, 45);
   FontGrph_SetTextClip(image, 0, 0, 5, 99);
   EXPECT_EQ(draw("あい"), 0);
   // A huge text ends at the bottom of the clip with the bytes of the lines drawn.
@@ -326,6 +341,18 @@ TEST_F(FontGraphicTest, BadInputGivesItsResultAndWritesNothingOutsideTheMask) {
   EXPECT_EQ(FontGrph_Create(10, -1), nullptr);
   FontGrph unmade;
   EXPECT_EQ(unmade.DrawText("a"), 1);
+  // Pixels of another shape in the mask's place are left alone; detached ones too.
+  struct {
+    BITMAPINFOHEADER header;
+    RGBQUAD colours[256];
+  } small{{sizeof(BITMAPINFOHEADER), 4, 4, 1, 8, BI_RGB, 16, 0, 0, 256, 256}, {}};
+  uint8_t smallPixels[16 * 2] = {};
+  graphic_AttachDIBitmap(image, reinterpret_cast<const BITMAPINFO*>(&small), smallPixels);
+  FontGrph_LocateText(image, 0, 0);
+  EXPECT_EQ(draw("あ"), -1);
+  for (uint8_t value : smallPixels) ASSERT_EQ(value, 0);
+  graphic_DetachDIBitmap(image);
+  EXPECT_EQ(draw("あ"), -1);
 }
 
 TEST_F(FontGraphicTest, FontGrphDeleteIsTheImageDelete) {

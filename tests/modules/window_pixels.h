@@ -8,7 +8,7 @@
 
 #include <stdint.h>
 
-/* The client area's pixels, 32 bits each, rows top-down. */
+/* The client area's pixels, 32 bits each, rows top-down; valid until the next call. */
 static uint32_t* readWindow(HWND window, int width, int height) {
   static uint32_t* bits;
   BITMAPINFO info = {0};

@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include "../module_log.h"
+#include "../window_pixels.h"
 #include "../../fonts/layout_page.h"
 
 #define PICTURE_HEIGHT (LAYOUT_HEIGHT * LAYOUT_PAGES)
@@ -60,29 +61,6 @@ static int drawPages(const char* text, HFONT font) {
   return 0;
 }
 
-/* The client area's pixels, 32 bits each, rows top-down. */
-static uint32_t* readWindow(HWND window) {
-  static uint32_t* bits;
-  BITMAPINFO info = {0};
-  info.bmiHeader.biSize = sizeof info.bmiHeader;
-  info.bmiHeader.biWidth = LAYOUT_WIDTH;
-  info.bmiHeader.biHeight = -PICTURE_HEIGHT;
-  info.bmiHeader.biPlanes = 1;
-  info.bmiHeader.biBitCount = 32;
-  info.bmiHeader.biCompression = BI_RGB;
-  HDC windowDc = GetDC(window);
-  HDC memory = CreateCompatibleDC(windowDc);
-  static HBITMAP bitmap;
-  if (bitmap) DeleteObject(bitmap);
-  bitmap = CreateDIBSection(windowDc, &info, DIB_RGB_COLORS, (void**)&bits, NULL, 0);
-  HGDIOBJ previous = SelectObject(memory, bitmap);
-  BitBlt(memory, 0, 0, LAYOUT_WIDTH, PICTURE_HEIGHT, windowDc, 0, 0, SRCCOPY);
-  SelectObject(memory, previous);
-  DeleteDC(memory);
-  ReleaseDC(window, windowDc);
-  return bits;
-}
-
 static uint32_t pictureColour(int x, int y) {
   ImageInfo info;
   info.size = sizeof info;
@@ -96,7 +74,7 @@ static uint32_t pictureColour(int x, int y) {
 static uint32_t* shownPicture(HWND window) {
   for (int attempt = 0; attempt < 30; ++attempt) {
     Sleep(100);
-    uint32_t* bits = readWindow(window);
+    uint32_t* bits = readWindow(window, LAYOUT_WIDTH, PICTURE_HEIGHT);
     int same = 1;
     for (int y = 0; y < PICTURE_HEIGHT && same; ++y)
       for (int x = 0; x < LAYOUT_WIDTH && same; ++x) same = (bits[y * LAYOUT_WIDTH + x] & 0xFFFFFF) == pictureColour(x, y);
