@@ -32,6 +32,8 @@ void ScreenManager::Attach(Graphic* target, Graphic* background) {
   Enable(true);
 }
 
+// The window may be inside the hook at the moment it is closed; the message that Enable sends
+// afterwards is handled only once that call has returned.
 void ScreenManager::Detach() {
   if (!attached_) return;
   attached_ = false;
