@@ -54,10 +54,11 @@ MenuScreen::MenuScreen(ScreenHost& host, const char* archiveName)
   cursors.levels[2] = host.LoadCursorFile((folder_ + "GripHand.cur").c_str());
 }
 
+// The controls go with the detach before the bitmaps they show.
 MenuScreen::~MenuScreen() {
+  manager_.Detach();
   images_.reset();
   if (archive_) KORALArchive_Close(archive_);
-  manager_.Detach();
 }
 
 bool MenuScreen::Confirm(Graphic* target, const char* bitmap) {

@@ -34,7 +34,7 @@ class MenuScreen {
  public:
   // Opens `archiveName` in the screens' folder, asking the user to retry if it is missing.
   MenuScreen(ScreenHost& host, const char* archiveName);
-  // Unhooks the manager and closes the archive.
+  // Unhooks the manager, frees the bitmaps and closes the archive.
   ~MenuScreen();
   MenuScreen(const MenuScreen&) = delete;
   MenuScreen& operator=(const MenuScreen&) = delete;

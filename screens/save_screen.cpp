@@ -119,6 +119,8 @@ bool pageHoldsSave(const std::string& folder, int32_t page) {
 class SaveMenu {
  public:
   SaveMenu(ScreenHost& host, bool loading) : host_(host), loading_(loading), screen_(host, "SaveMenu.arc") {}
+  // The page's controls go before its bitmaps.
+  ~SaveMenu() { screen_.Manager().Detach(); }
 
   bool IsOpen() const { return screen_.IsOpen(); }
   MenuScreen& Screen() { return screen_; }

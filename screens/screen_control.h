@@ -51,7 +51,6 @@ class ScreenRect : public ScreenControl {
   // Repaints the control's rectangle on the screen.
   virtual void Redraw(ScreenManager& manager);
   void SetEnabled(bool enabled) { enabled_ = enabled; }
-  bool IsEnabled() const { return enabled_; }
   SIZE GetSize() const { return SIZE{width_, height_}; }
 
  protected:
@@ -67,7 +66,6 @@ class ScreenImage : public ScreenRect {
   void Draw(Graphic* target, const RECT* rect) override;
   // The image's rectangle when there is an image.
   void Redraw(ScreenManager& manager) override;
-  Graphic* GetImage() const { return image_; }
 
  protected:
   Graphic* image_;

@@ -36,7 +36,8 @@ class ScreenHost {
                                          int32_t lParam);
 
   virtual ~ScreenHost() = default;
-  // Puts `procedure` with `context` on top of the window's stack of hooks, and takes it off.
+  // Puts `procedure` with `context` on top of the window's stack of hooks, and takes it off;
+  // CloseHook returns once the window is out of any call of the procedure.
   virtual void OpenHook(Procedure procedure, void* context) = 0;
   virtual void CloseHook(void* context) = 0;
   // The bracket around drawing into the picture that the window shows.
@@ -44,8 +45,7 @@ class ScreenHost {
   virtual void RestartMessageLoop() = 0;
   // The whole client area is to be painted again, without erasing.
   virtual void Invalidate() = 0;
-  // Sends a message to the window (and waits for its handling), or posts one.
-  virtual void Send(uint32_t message, uint32_t wParam, int32_t lParam) = 0;
+  // Posts a message to the window, which hands it to the hooks in its turn.
   virtual void Post(uint32_t message, uint32_t wParam, int32_t lParam) = 0;
   // The pointer on the screen, and in the window's client coordinates.
   virtual POINT CursorScreenPosition() = 0;

@@ -41,17 +41,19 @@ void ScreenManager::Detach() {
   FlushEvents();
 }
 
+// The messages are posted, not sent: the window answers messages that other threads send while
+// its loop waits without calling its hooks.
 void ScreenManager::Enable(bool enable) {
   if (enable) inactive_ = 0;
-  host_.Send(screen_message::kSetCursor, 0, 0);
+  host_.Post(screen_message::kSetCursor, 0, 0);
   if (!enable) return;
   POINT point = host_.CursorClientPosition();
-  host_.Send(screen_message::kMouseMove, 0, packPoint(point.x, point.y));
+  host_.Post(screen_message::kMouseMove, 0, packPoint(point.x, point.y));
 }
 
 void ScreenManager::SetActive(bool active) {
   inactive_ = !active;
-  host_.Send(screen_message::kSetCursor, 0, 0);
+  host_.Post(screen_message::kSetCursor, 0, 0);
 }
 
 void ScreenManager::Add(ScreenControl* control, int32_t id) {

@@ -72,10 +72,8 @@ class ScreenManager {
 
   ScreenHost& Host() { return host_; }
   ScreenCursors& Cursors() { return cursors_; }
-  Graphic* Target() const { return target_; }
   uint32_t GetCount() const { return controls_.GetCount(); }
   ScreenControl* GetControl(uint32_t index) const { return static_cast<ScreenControl*>(controls_.GetAt(index)); }
-  bool IsAttached() const { return attached_; }
 
  private:
   static uint32_t RUNA1_API Hook(void* context, HWND window, uint32_t message, uint32_t wParam, int32_t lParam);

@@ -12,15 +12,19 @@ namespace {
 // the platform.
 class MainWindowScreenHost : public ScreenHost {
  public:
+  static constexpr uint32_t kNullMessage = 0;  // WM_NULL
+
   void OpenHook(Procedure procedure, void* context) override { ZPK_OpenMainWndProcEx(procedure, context); }
-  void CloseHook(void* context) override { ZPK_CloseMainWndProcEx(context); }
+  // A message sent to the window is answered only between its messages, so once it returns no
+  // call of the closed hook is under way.
+  void CloseHook(void* context) override {
+    ZPK_CloseMainWndProcEx(context);
+    os::sendMessage(ZPK_GetMainWindow(), kNullMessage, 0, 0);
+  }
   void StopMessageLoop() override { ZPK_StopMessageLoop(); }
   void RestartMessageLoop() override { ZPK_RestartMessageLoop(); }
   void Invalidate() override {
     if (HWND window = ZPK_GetMainWindow()) os::windowSystem().invalidate(window, nullptr, false);
-  }
-  void Send(uint32_t message, uint32_t wParam, int32_t lParam) override {
-    os::sendMessage(ZPK_GetMainWindow(), message, wParam, lParam);
   }
   void Post(uint32_t message, uint32_t wParam, int32_t lParam) override {
     os::postMessage(ZPK_GetMainWindow(), message, wParam, lParam);

@@ -1,5 +1,5 @@
 // A screen host without a window: it records what the screens ask of it, and hands the
-// messages sent to the window to the hook on top, as the main window would.
+// messages posted to the window to the hook on top, at once.
 #pragma once
 
 #include <atomic>
@@ -33,16 +33,12 @@ class FakeScreenHost : public ScreenHost {
   void StopMessageLoop() override { ++stops; }
   void RestartMessageLoop() override { ++restarts; }
   void Invalidate() override { ++invalidations; }
-  void Send(uint32_t message, uint32_t wParam, int32_t lParam) override {
+  void Post(uint32_t message, uint32_t wParam, int32_t lParam) override {
     {
       std::lock_guard<std::mutex> hold(lock_);
-      sent.push_back(message);
+      posted.push_back(message);
     }
     Deliver(message, wParam, lParam);
-  }
-  void Post(uint32_t message, uint32_t wParam, int32_t lParam) override {
-    std::lock_guard<std::mutex> hold(lock_);
-    posted.push_back(message);
   }
   POINT CursorScreenPosition() override {
     POINT at = CursorClientPosition();
@@ -99,7 +95,7 @@ class FakeScreenHost : public ScreenHost {
 
   std::vector<Hook> hooks;
   std::atomic<int> stops{0}, restarts{0}, invalidations{0};
-  std::vector<uint32_t> sent, posted;
+  std::vector<uint32_t> posted;
   POINT pointer{0, 0};
   std::atomic<bool> cursorShown{false};
   std::atomic<HCURSOR> cursor{nullptr};
