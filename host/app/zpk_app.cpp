@@ -2,6 +2,7 @@
 
 #include "base/library.h"
 #include "base/os/os.h"
+#include "base/trace.h"
 #include "host/app/command_line.h"
 #include "host/display_environment.h"
 #include "host/exports/numeric.h"
@@ -25,6 +26,7 @@ std::string debugRecordFileNameOf(const std::string& modulePath, const std::stri
 
 CZPKApp::CZPKApp() {
   vkInitialize(VK_LIBRARY_VERSION);
+  traceFromEnvironment();
   StartHandshake::SetCurrent(&handshake_);
   MessageLoop::SetCurrent(&loop_);
 }
