@@ -1,0 +1,41 @@
+// Modules run by runa1.exe under Wine, each checking what module code sees of an export.
+#include <string>
+
+#include "tests/modules/host_run.h"
+
+namespace {
+
+// 「"plain.txt"は無効なアーカイブファイルです。」 in UTF-8, as the trace writes it to stderr.
+const std::string kNoArchiveTrace =
+    "runa1: trace archive: \"plain.txt\"\xE3\x81\xAF\xE7\x84\xA1\xE5\x8A\xB9\xE3\x81\xAA\xE3\x82\xA2"
+    "\xE3\x83\xBC\xE3\x82\xAB\xE3\x82\xA4\xE3\x83\x96\xE3\x83\x95\xE3\x82\xA1\xE3\x82\xA4\xE3\x83\xAB"
+    "\xE3\x81\xA7\xE3\x81\x99\xE3\x80\x82\n";
+
+TEST(TraceRunTest, RunaTraceSwitchesTheNamedChannelsOnAndNothingElse) {
+  TempDir work;
+  Outcome silent = runModuleInWork("trace_module", work);
+  expectAllPassed(work.read("run.log"), silent, {"refused"});
+  EXPECT_EQ(silent.diagnostics.find("runa1: trace"), std::string::npos) << silent.diagnostics;
+
+  Outcome other = runModuleInWork("trace_module", work, {{"RUNA1_TRACE", "record"}});
+  EXPECT_EQ(other.diagnostics.find("runa1: trace"), std::string::npos) << other.diagnostics;
+
+  Outcome traced = runModuleInWork("trace_module", work, {{"RUNA1_TRACE", "record,archive"}});
+  expectAllPassed(work.read("run.log"), traced, {"refused"});
+  EXPECT_NE(traced.diagnostics.find(kNoArchiveTrace), std::string::npos) << traced.diagnostics;
+
+  Outcome all = runModuleInWork("trace_module", work, {{"RUNA1_TRACE", "all,sound"}});
+  EXPECT_NE(all.diagnostics.find(kNoArchiveTrace), std::string::npos) << all.diagnostics;
+  EXPECT_NE(all.diagnostics.find("RUNA1_TRACE: no channel named sound"), std::string::npos) << all.diagnostics;
+}
+
+TEST(NumericRunTest, ScaleFillsTheSecondSlotAndArithmeticFollowsTheModulesRounding) {
+  TempDir work;
+  Outcome outcome = runModuleInWork("numeric_module", work);
+  expectAllPassed(work.read("run.log"), outcome,
+                  {"scale-gives-a", "scale-stores-b-times-2-to-trunc-a", "scale-truncates-a", "add-to-nearest",
+                   "add-rounds-up", "int-rounds-up", "sub-rounds-down", "int-rounds-down", "control-word-kept",
+                   "init-rounds-to-nearest"});
+}
+
+}  // namespace
