@@ -38,4 +38,17 @@ TEST(NumericRunTest, ScaleFillsTheSecondSlotAndArithmeticFollowsTheModulesRoundi
                    "init-rounds-to-nearest"});
 }
 
+TEST(StartRunTest, AModuleThreadEndedByExitThreadEndsTheHostAtNormalPriority) {
+  TempDir work;
+  Outcome outcome = runModuleInWork("exit_thread_module", work, {}, 20000);
+  expectAllPassed(work.read("run.log"), outcome, {"normal-priority-class"});
+  EXPECT_EQ(work.read("fini.log"), "ok fini\n") << "the finaliser runs";
+}
+
+TEST(StartRunTest, AClassMenuGivenByIntegerIdStaysAnId) {
+  TempDir work;
+  Outcome outcome = runModuleInWork("class_menu_module", work);
+  expectAllPassed(work.read("run.log"), outcome, {"initialized", "main-window", "registered-with-the-id"});
+}
+
 }  // namespace
