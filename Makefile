@@ -4,7 +4,7 @@ JOBS ?= 2
 GENERATOR := -G Ninja
 CMAKE_COMMON := -DCMAKE_BUILD_TYPE=RelWithDebInfo
 
-.PHONY: all test demo deps build native asan win32 bench clean
+.PHONY: all test demo deps build native asan win32 bench fuzz clean
 
 all: build
 
@@ -34,6 +34,11 @@ build: native asan win32
 
 test: build
 	@bash scripts/run-tests.sh $(BUILD)
+
+# Runs every fuzz target for FUZZ_SECONDS (default 600) each on a corpus kept under
+# $(BUILD)/fuzz/; not part of `make test`, whose fuzz runs are short.
+fuzz: asan
+	@bash scripts/fuzz.sh $(BUILD)
 
 # Builds the native benchmarks and runs each once; not part of `make test`.
 bench: native
