@@ -1,6 +1,10 @@
 // Modules run by runa1.exe under Wine, each checking what module code sees of an export.
 #include <string>
 
+#include <cmath>
+#include <vector>
+
+#include "graphics/molaq_image_encoder.h"
 #include "tests/modules/host_run.h"
 
 namespace {
@@ -49,6 +53,32 @@ TEST(StartRunTest, AClassMenuGivenByIntegerIdStaysAnId) {
   TempDir work;
   Outcome outcome = runModuleInWork("class_menu_module", work);
   expectAllPassed(work.read("run.log"), outcome, {"initialized", "main-window", "registered-with-the-id"});
+}
+
+// Writes a textured 24-bit picture into `work`.
+void writePicture(const TempDir& work, const char* name) {
+  const int32_t width = 96, height = 64, pitch = width * 3;
+  std::vector<uint8_t> pixels(static_cast<size_t>(pitch) * height);
+  for (int32_t y = 0; y < height; ++y) {
+    for (int32_t x = 0; x < width; ++x) {
+      uint8_t* p = &pixels[y * pitch + x * 3];
+      p[0] = uint8_t(128 + 100 * std::sin(x * 0.37) * std::cos(y * 0.23));
+      p[1] = uint8_t(x * 2 + y + (x * y) % 13);
+      p[2] = uint8_t((x / 8 + y / 8) % 2 ? 210 : 30);
+    }
+  }
+  BITMAPINFO info{};
+  info.bmiHeader = {sizeof(BITMAPINFOHEADER), width, height, 1, 24, BI_RGB, 0, 0, 0, 0, 0};
+  MOLAQImageFile file;
+  ASSERT_EQ(mqEncodeImageFile(&info, pixels.data(), nullptr, mqEncodeOptionsForQuality(95), &file), 0u);
+  ASSERT_EQ(mqWriteImageFile(work.file(name).c_str(), file), 0u);
+}
+
+TEST(StartRunTest, TheStartChoosesTheKernelsAnewAfterTheModulesInitialiser) {
+  TempDir work;
+  writePicture(work, "picture.mq");
+  Outcome outcome = runModuleInWork("interface_module", work);
+  expectAllPassed(work.read("run.log"), outcome, {"read", "variants-differ", "start-chose-anew"});
 }
 
 }  // namespace
