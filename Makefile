@@ -4,7 +4,7 @@ JOBS ?= 2
 GENERATOR := -G Ninja
 CMAKE_COMMON := -DCMAKE_BUILD_TYPE=RelWithDebInfo
 
-.PHONY: all test demo deps build native asan win32 bench sdk clean
+.PHONY: all test demo deps build native asan win32 bench sdk fuzz clean
 
 all: build
 
@@ -39,6 +39,11 @@ test: build
 # toolchain file, starter project), which the native build writes.
 sdk: native
 	@echo "SDK in $(BUILD)/sdk; start from $(BUILD)/sdk/starter"
+
+# Runs every fuzz target for FUZZ_SECONDS (default 600) each on a corpus kept under
+# $(BUILD)/fuzz/; not part of `make test`, whose fuzz runs are short.
+fuzz: asan
+	@bash scripts/fuzz.sh $(BUILD)
 
 # Builds the native benchmarks and runs each once; not part of `make test`.
 bench: native

@@ -68,8 +68,8 @@ uint32_t KRawFile::OpenFromHandle(HANDLE handle, uint32_t flags) {
   flags_ = 0;
   path_.Assign("");
   nameOffset_ = 0;
-  // All ones means "no file" here, although Win32 would duplicate it as the process itself.
-  HANDLE copy = handle == os::invalidFile() ? handle : os::duplicateFile(handle, accessOf(flags));
+  // Any handle is duplicated as it is: Win32 takes all ones for the process itself.
+  HANDLE copy = os::duplicateFile(handle, accessOf(flags));
   if (copy == os::invalidFile()) return reportOpenFailure(__LINE__);
   handle_ = copy;
   flags_ = flags;
@@ -93,18 +93,14 @@ uint32_t KRawFile::GetFileTimes(SYSTEMTIME* created, SYSTEMTIME* accessed, SYSTE
 }
 
 // The duplicate shares the file position with its source, and always counts as opened for
-// reading: its flags stay 0.
+// reading: its flags stay 0. A handle that cannot be duplicated leaves the duplicate without
+// one, so that its transfers give 0; nothing is reported.
 KFileObj* KRawFile::Duplicate() {
   os::Lock guard(lock_);
-  HANDLE copy = os::duplicateFile(handle_, os::kSameAccess);
-  if (copy == os::invalidFile()) {
-    reportOpenFailure(__LINE__);
-    return nullptr;
-  }
   KRawFile* duplicate = new KRawFile;
   duplicate->path_ = path_;
   duplicate->nameOffset_ = nameOffset_;
-  duplicate->handle_ = copy;
+  duplicate->handle_ = os::duplicateFile(handle_, os::kSameAccess);
   return duplicate;
 }
 

@@ -218,11 +218,11 @@ uint32_t KORALArchive::FindEntry(const char* name) {
     if (IsWriting()) return i;
     uint32_t position = static_cast<uint32_t>(entry->recordPosition);
     if (Seek(static_cast<int32_t>(position), kSeekBegin) == position) return i;
-    TraceMessage("Can't seek \"%s\".\n", name);
+    TraceMessage(TraceChannel::archive, "Can't seek \"%s\".\n", name);
     reportFailure(__LINE__, "Not found specified file.");
     return kNoMember;
   }
-  TraceMessage("Not found file entry \"%s\"\n", name);
+  TraceMessage(TraceChannel::archive, "Not found file entry \"%s\"\n", name);
   reportFailure(__LINE__, "Not found specified file.");
   return kNoMember;
 }

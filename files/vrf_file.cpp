@@ -183,12 +183,12 @@ uint32_t VRFFile::Seek(int32_t offset, uint32_t method) {
   }
   if (target < body) {
     target = body;
-    TraceMessage("Warring : VRF record boundary underflow.\n");
+    TraceMessage(TraceChannel::record, "Warring : VRF record boundary underflow.\n");
   }
   int64_t end = body + static_cast<int64_t>(static_cast<uint32_t>(top_->length));
   if (!IsWriting() && fitsLowWord(top_->length) && end <= 0xFFFFFFFF && target > end) {
     target = end;
-    TraceMessage("Warring : VRF record boundary overflow.\n");
+    TraceMessage(TraceChannel::record, "Warring : VRF record boundary overflow.\n");
   }
   SeekUnderlying(static_cast<uint32_t>(std::min<int64_t>(target, 0xFFFFFFFF)));
   return file_->GetPosition() - top_->bodyPosition;

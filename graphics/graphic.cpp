@@ -191,8 +191,12 @@ uint32_t Graphic::UpdatePalette() {
     }
     if (palette_) os::paintDevice().setPaletteEntries(palette_, 0, 1u << header_.biBitCount, logicalPalette_);
   } else if (header_.biBitCount == 24) {
-    // The tone kernel moves whole words when there is no tone: the copy has room for them.
-    if (!tonedCopy_) tonedCopy_ = static_cast<uint8_t*>(std::malloc((header_.biSizeImage + 3) & ~3u));
+    // The tone kernel moves whole words when there is no tone, and the paint reads whole rows
+    // whatever the stated size: the copy has room for both.
+    if (!tonedCopy_) {
+      uint64_t rows = dibPitch(header_.biWidth, 24) * static_cast<uint32_t>(header_.biHeight);
+      tonedCopy_ = static_cast<uint8_t*>(std::malloc((std::max<uint64_t>(header_.biSizeImage, rows) + 3) & ~uint64_t{3}));
+    }
     if (tonedCopy_) mqApplyTone(&header_, tonedCopy_, pixels_, toneRed_, toneGreen_, toneBlue_);
   }
   return 0;

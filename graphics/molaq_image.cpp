@@ -13,6 +13,8 @@ namespace {
 
 // The coded bodies get this many zero bytes behind them: the decoder reads ahead.
 constexpr uint32_t kReadAhead = 16;
+// More pixels than this (192 MB at 24 bits) no pixel block holds.
+constexpr uint64_t kMaxScaledPixels = uint64_t{1} << 26;
 
 // The current record's body, with the read-ahead zeros behind it.
 bool readBody(VRFDirectReader& reader, std::vector<uint8_t>* body) {
@@ -66,7 +68,6 @@ uint32_t MOLAQImage::ReadPictureFormat(const char* path, int32_t scale) {
   if (reader.DescendRecord(&id) != 0 || reader.Read(&header, sizeof header) != sizeof header) return 1;
   reader.AscendRecord();
   if (header.width == 0 || header.height == 0 || header.width > kImageMaxSide || header.height > kImageMaxSide) return 1;
-  if (scale < 0 || scale > 3 || header.bits <= 8) scale = 0;
 
   struct {
     BITMAPINFOHEADER header;
@@ -80,8 +81,14 @@ uint32_t MOLAQImage::ReadPictureFormat(const char* path, int32_t scale) {
     reader.AscendRecord();
     mqMakeBitmapHeader(&info.header, &header, 0);
   } else {
+    // A scale out of 0 to 3 still sizes the picture, by the low five bits of the shift as the
+    // processor takes them; the decoder then refuses it and the pixels stay black. A size that
+    // no block can hold fails the read.
+    const int32_t shift = scale & 31;
+    const uint64_t width = uint64_t{header.width} << shift, height = uint64_t{header.height} << shift;
+    if (width > kMaxScaledPixels || height > kMaxScaledPixels || width * height > kMaxScaledPixels) return 1;
     header.bits = ConversionMode() != kConversionNone ? 8 : 24;
-    mqMakeBitmapHeader(&info.header, &header, scale);
+    mqMakeBitmapHeader(&info.header, &header, shift);
     header.bits = 24;
   }
   id = mqImageRecordId(storedBits);

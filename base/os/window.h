@@ -61,8 +61,8 @@ class WindowSystem {
   // thread that works on the frame while the gate is closed is not stuck. True when the thread
   // has ended.
   virtual bool waitForWork(Thread* thread, EventHandle gate) = 0;
-  // Waits for `event` while the thread's messages are dispatched.
-  virtual void waitDispatching(void* event) = 0;
+  // Waits for `event` or for the end of `thread`, while this thread's messages are dispatched.
+  virtual void waitDispatching(void* event, Thread* thread) = 0;
 
   // The paint bracket: `draw` gets the paint context of the invalid area. With `scaled`, it gets
   // a context of a picture of the scaled size instead, which is then stretched into place.

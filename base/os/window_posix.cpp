@@ -102,7 +102,10 @@ class HeadlessWindowSystem : public WindowSystem {
     }
     return true;
   }
-  void waitDispatching(void* event) override { waitEvent(event); }
+  void waitDispatching(void* event, Thread* thread) override {
+    while (!waitEvent(event, kGateLookMilliseconds) && waitThread(thread, 0)) {
+    }
+  }
   void paint(HWND, const ScaledPicture*, const std::function<void(HDC)>&) override {}
   void invalidate(HWND, const RECT*, bool) override {}
   void update(HWND) override {}

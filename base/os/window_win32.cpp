@@ -117,7 +117,9 @@ class User32WindowSystem : public WindowSystem {
  public:
   bool registerClass(const WNDCLASSA& windowClass) override {
     std::wstring name = widen(windowClass.lpszClassName);
-    std::wstring menu = widen(windowClass.lpszMenuName);
+    // A menu named by an integer resource id (MAKEINTRESOURCE) stays that id.
+    bool menuById = IS_INTRESOURCE(windowClass.lpszMenuName);
+    std::wstring menu = menuById ? std::wstring() : widen(windowClass.lpszMenuName);
     WNDCLASSW wide{};
     wide.style = windowClass.style;
     wide.lpfnWndProc = frameProcedure;
@@ -127,7 +129,7 @@ class User32WindowSystem : public WindowSystem {
     wide.hIcon = windowClass.hIcon;
     wide.hCursor = windowClass.hCursor;
     wide.hbrBackground = windowClass.hbrBackground;
-    wide.lpszMenuName = windowClass.lpszMenuName ? menu.c_str() : nullptr;
+    wide.lpszMenuName = menuById ? reinterpret_cast<const wchar_t*>(windowClass.lpszMenuName) : menu.c_str();
     wide.lpszClassName = name.c_str();
     if (name.empty() || RegisterClassW(&wide) == 0) return false;
     classProcedures_[name] = windowClass.lpfnWndProc;
@@ -230,9 +232,9 @@ class User32WindowSystem : public WindowSystem {
     }
   }
 
-  void waitDispatching(void* event) override {
-    HANDLE handle = event;
-    while (MsgWaitForMultipleObjects(1, &handle, FALSE, INFINITE, QS_ALLINPUT) != WAIT_OBJECT_0) {
+  void waitDispatching(void* event, Thread* thread) override {
+    HANDLE handles[2] = {event, reinterpret_cast<HANDLE>(threadHandle(thread))};
+    while (MsgWaitForMultipleObjects(2, handles, FALSE, INFINITE, QS_ALLINPUT) == WAIT_OBJECT_0 + 2) {
       MSG message;
       while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
         // A quit in this wait belongs to the message loop that follows: put it back.

@@ -27,10 +27,10 @@ uint32_t mqApplyTone(const BITMAPINFOHEADER* info, uint8_t* dst, const uint8_t* 
   mqMakeToneTable(redTable, red);
   mqMakeToneTable(greenTable, green);
   mqMakeToneTable(blueTable, blue);
-  int32_t width = info->biWidth ? info->biWidth : 1;
-  int32_t height = info->biHeight ? info->biHeight : 1;
-  uint32_t pitch = info->biSizeImage / static_cast<uint32_t>(height);
-  if (pitch == 0) pitch = 1;
+  const int32_t width = info->biWidth, height = info->biHeight;
+  if (width == 0 || height == 0) return 1;
+  const uint32_t pitch = info->biSizeImage / static_cast<uint32_t>(height);
+  if (pitch == 0) return 1;
   for (int32_t row = 0; row < height; ++row) {
     const uint8_t* in = src + row * pitch;
     uint8_t* out = dst + row * pitch;

@@ -91,8 +91,10 @@ static_assert(sizeof(MQDecoderState) == 32);
 struct MQDecoder;
 
 // Reads header and dictionary of the stream at `data`, `dataSize` bytes (bits beyond the end
-// read as zeros), and fills `state`. Null if `size` isn't 32, the mode is out of 3 to 5, or the
-// dictionary cannot be a real one (no phrases, bad width, zero repeat, more phrases than bits).
+// read as zeros), and fills `state`. The dictionary and the counts are taken as they stand,
+// values of width 0 included. Null if `size` isn't 32, the mode is out of 3 to 5, or decoding
+// could not stay inside the data or finish: no phrases, a width above 32, a zero repeat, a
+// dictionary that runs past the read-ahead, no frequency or a total beyond 2^31.
 MQDecoder* mqOpenDecoder(void* state, uint32_t size, const void* data, uint32_t mode,
                          uint32_t tableLimit, void* tableMemory, size_t dataSize);
 // Writes `count` symbols to `dst`; returns `count`. Calls the variant that the live interface

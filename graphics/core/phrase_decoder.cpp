@@ -99,18 +99,17 @@ MQDecoder* mqOpenDecoder(void* statePointer, uint32_t size, const void* data, ui
   bool isSigned = (widthWord & 0x80000000u) != 0;
   uint32_t width = widthWord & 0x7fffffffu;
   d->mode = mode | (isSigned ? uint32_t{kMQSigned} : 0u);
-  // A phrase takes at least one value bit, its flag and nine bits of count.
-  if (phraseCount == 0 || width == 0 || width > 32 || phraseCount > dataSize * 8 / 11 + 1) {
-    return nullptr;
-  }
-  d->phrases.reserve(phraseCount);
+  // Values of width 0 are all zero. A dictionary that runs on past the data's read-ahead is
+  // refused below; every phrase takes at least one byte of it.
+  if (phraseCount == 0 || width > 32) return nullptr;
+  d->phrases.reserve(std::min<size_t>(phraseCount, dataSize));
   for (uint32_t p = 0; p < phraseCount; ++p) {
     DecoderPhrase phrase{};
     phrase.first = static_cast<uint32_t>(d->values.size());
     for (;;) {
       uint32_t raw = in.bits(width);
       int32_t v = static_cast<int32_t>(raw);
-      if (isSigned && width < 32 && (raw >> (width - 1))) v = static_cast<int32_t>(raw | (~0u << width));
+      if (isSigned && width > 0 && width < 32 && (raw >> (width - 1))) v = static_cast<int32_t>(raw | (~0u << width));
       d->values.push_back(v);
       if (in.bits(1)) break;
       if (in.exhausted()) return nullptr;

@@ -23,7 +23,7 @@ const TextRasterizer* const kBackends[] = {
 const TextRasterizer* choose() {
   for (const TextRasterizer* backend : kBackends) {
     if (backend->available()) return backend;
-    TraceMessage("text rasterizer %s is not available\n", backend->name);
+    TraceMessage(TraceChannel::font, "text rasterizer %s is not available\n", backend->name);
   }
   // None can draw: the last one answers, and its sessions fail.
   return kBackends[std::size(kBackends) - 1];

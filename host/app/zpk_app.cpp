@@ -1,7 +1,11 @@
 #include "host/app/zpk_app.h"
 
+#include <memory>
+
 #include "base/library.h"
 #include "base/os/os.h"
+#include "base/trace.h"
+#include "graphics/core/molaq.h"
 #include "host/app/command_line.h"
 #include "host/display_environment.h"
 #include "host/exports/numeric.h"
@@ -25,6 +29,7 @@ std::string debugRecordFileNameOf(const std::string& modulePath, const std::stri
 
 CZPKApp::CZPKApp() {
   vkInitialize(VK_LIBRARY_VERSION);
+  traceFromEnvironment();
   StartHandshake::SetCurrent(&handshake_);
   MessageLoop::SetCurrent(&loop_);
 }
@@ -82,20 +87,31 @@ int CZPKApp::Run() {
   }
   os::setCurrentDirectory(module_.GetBaseDirectory());
 
-  KDisplayEnvironment display;  // gives the display mode and the cursor back at the end
-  float_Init();
-  os::WindowSystem& windows = os::windowSystem();
-  CZPKThread moduleThread(&module_, &handshake_);
-  if (moduleThread.Start() && handshake_.WaitForRequest(windows)) {
-    CMainFrame frame(windows);
-    // Abort or Retry on a failed class registration end the host at once.
-    if (handshake_.StandUp(frame, windows) != 0) return 1;
-    loop_.Run(windows, moduleThread.Handle());
-    frame.StopTimer();
-    windows.pumpMessages();  // what is left in the queue before the frame goes
+  {
+    KDisplayEnvironment display;  // gives the display mode and the cursor back at the end
+    float_Init();
+    // The module's initialiser may have chosen other kernels.
+    mqSelectInterface(mqGetInterface(), 0, 0);
+    os::WindowSystem& windows = os::windowSystem();
+    windows.setPriorityClass(NORMAL_PRIORITY_CLASS);
+    auto moduleThread = std::make_unique<CZPKThread>(&module_);
+    // A module thread that ends without asking for a window, by return or by ExitThread, ends
+    // the host at once: the display comes back, then the finaliser runs below.
+    if (moduleThread->Start() && handshake_.WaitForRequest(windows, moduleThread->Handle())) {
+      auto frame = std::make_unique<CMainFrame>(windows);
+      // Abort or Retry on a failed class registration end the host at once.
+      if (handshake_.StandUp(*frame, windows) != 0) return 1;
+      loop_.Run(windows, moduleThread->Handle());
+      frame->StopTimer();
+      windows.pumpMessages();  // what is left in the queue before the frame goes
+      theMixingService().Close();  // the module's sounds end before its window and finaliser
+      frame.reset();
+      moduleThread.reset();
+      module_.Delete();  // the finaliser runs on this thread, before the display comes back
+    }
   }
-  // The module thread is gone: its sounds end before its finaliser runs.
+  // A module that never asked for a window: its sounds end before its finaliser runs.
   theMixingService().Close();
-  module_.Delete();  // the finaliser runs on this thread
+  module_.Delete();  // does nothing when it ran above
   return 0;
 }

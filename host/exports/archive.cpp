@@ -51,7 +51,7 @@ KArcFileExp* RUNA1_API KORALArchive_Open(const char* path, uint32_t quiet) {
   }
   if (archive->Open(archive->GetRawFile(), nullptr) != 0) {
     std::string text = boxText("\"%s\"は無効なアーカイブファイルです。", path);
-    TraceMessage("%s", text.c_str());
+    TraceMessage(TraceChannel::archive, "%s", text.c_str());
     if (!quiet) os::messageBox(text.c_str(), kCaption, kInformFlags);
     return discard(archive);
   }

@@ -4,6 +4,7 @@
 
 MOLAQImage* RUNA1_API MOLAQImage_ReadImageFile(const char* path, int32_t scale) {
   auto* image = new MOLAQImage(kConversionDefault);
+  image->SetConversionMode(kMadeObjectConversion);
   if (image->ReadImageFile(path, scale) != 0) {
     delete image;
     return nullptr;

@@ -6,11 +6,18 @@
 
 namespace {
 
-// Each wrapper works in the x87's extended precision and rounds when it stores its result.
+// Each wrapper works in the x87's extended precision and rounds when it stores its result. The
+// operations and the stores are x87 instructions written out, so that the calling thread's
+// control word decides precision and rounding: the compiler would otherwise do float and double
+// arithmetic in SSE registers, which follow their own rounding mode.
 using Ext = long double;
 
 Ext load(FloatBits bits) { return std::bit_cast<float>(bits); }
-FloatBits store(Ext value) { return std::bit_cast<FloatBits>(static_cast<float>(value)); }
+FloatBits store(Ext value) {
+  float result;
+  asm("fstps %0" : "=m"(result) : "t"(value) : "st");
+  return std::bit_cast<FloatBits>(result);
+}
 
 // The x87 instructions themselves, so that rounding mode and range follow the control word.
 #define X87_UNARY(name, instruction) \
@@ -25,6 +32,17 @@ X87_UNARY(x87Sin, "fsin")
 X87_UNARY(x87Cos, "fcos")
 X87_UNARY(x87TwoXM1, "f2xm1")
 #undef X87_UNARY
+
+#define X87_BINARY(name, instruction)    \
+  Ext name(Ext x, Ext y) {               \
+    asm(instruction : "+t"(x) : "u"(y)); \
+    return x;                            \
+  }
+X87_BINARY(x87Add, "fadd %%st(1), %%st")
+X87_BINARY(x87Sub, "fsub %%st(1), %%st")
+X87_BINARY(x87Mul, "fmul %%st(1), %%st")
+X87_BINARY(x87Div, "fdiv %%st(1), %%st")
+#undef X87_BINARY
 
 // a * log2(b)
 Ext x87YL2X(Ext a, Ext b) {
@@ -64,7 +82,7 @@ int32_t compare(Ext a, Ext b) {
 }
 
 double* put(double* target, Ext value) {
-  *target = static_cast<double>(value);
+  asm("fstpl %0" : "=m"(*target) : "t"(value) : "st");
   return target;
 }
 
@@ -118,15 +136,15 @@ UNARY(2XM1, x87TwoXM1(x))
 UNARY(Sqrt, x87Sqrt(x))
 UNARY(Sin, x87Sin(x))
 UNARY(Cos, x87Cos(x))
-BINARY(Add, x + y)
-BINARY(Sub, x - y)
-BINARY(Mul, x * y)
-BINARY(Div, x / y)
+BINARY(Add, x87Add(x, y))
+BINARY(Sub, x87Sub(x, y))
+BINARY(Mul, x87Mul(x, y))
+BINARY(Div, x87Div(x, y))
 BINARY(YL2X, x87YL2X(x, y))
-WITH_INTEGER(IAdd, x + y)
-WITH_INTEGER(ISub, x - y)
-WITH_INTEGER(IMul, x * y)
-WITH_INTEGER(IDiv, x / y)
+WITH_INTEGER(IAdd, x87Add(x, y))
+WITH_INTEGER(ISub, x87Sub(x, y))
+WITH_INTEGER(IMul, x87Mul(x, y))
+WITH_INTEGER(IDiv, x87Div(x, y))
 CONSTANT(LD1, x87One)
 CONSTANT(Zero, x87Zero)
 CONSTANT(PI, x87Pi)
@@ -138,9 +156,14 @@ CONSTANT(Log2, x87Log10Two)
 #undef WITH_INTEGER
 #undef CONSTANT
 
-// The float form stores the scaled value in the slot of its second argument, which the caller
-// never sees, and gives back its first argument as it came.
-FloatBits RUNA1_API float_Scale(FloatBits a, FloatBits b) { return a; }
+// The float form stores the scaled value in the slot of its second argument, on the caller's
+// stack, and gives back its first argument as it came. The empty asm reads the slot, so that
+// the compiler keeps a store into an argument that the function does not read again.
+FloatBits RUNA1_API float_Scale(FloatBits a, FloatBits b) {
+  b = store(x87Scale(load(a), load(b)));
+  asm volatile("" : : "m"(b));
+  return a;
+}
 
 double* RUNA1_API double_Scale(double* a, const double* b) { return put(a, x87Scale(*a, *b)); }
 

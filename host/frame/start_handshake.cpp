@@ -94,10 +94,8 @@ void StartHandshake::RequestWindowAndWait() {
   os::waitEvent(ready_);
 }
 
-void StartHandshake::ModuleEnded() { os::setEvent(request_); }
-
-bool StartHandshake::WaitForRequest(os::WindowSystem& system) {
-  system.waitDispatching(request_);
+bool StartHandshake::WaitForRequest(os::WindowSystem& system, os::Thread* moduleThread) {
+  system.waitDispatching(request_, moduleThread);
   return requested_;
 }
 

@@ -28,12 +28,11 @@ class StartHandshake {
   uint32_t InitializeSystem(const WNDCLASSA* windowClass, const SIZE* size, const char* title,
                             uint32_t bitsPerPixel);
   uint32_t InitializeMainWindow(const char* title, uint32_t style, uint32_t exStyle, const RECT* rect);
-  // The module thread's last act: wakes a main thread that still waits for a request.
-  void ModuleEnded();
 
   // ---- Main thread ----
-  // Waits, dispatching messages, for the request or the module's end; true for a request.
-  bool WaitForRequest(os::WindowSystem& system);
+  // Waits, dispatching messages, for the request or the end of the module thread, however it
+  // ends; true for a request.
+  bool WaitForRequest(os::WindowSystem& system, os::Thread* moduleThread);
   // Registers the class if one was given, creates the frame, asks it for full screen if a
   // display mode was asked for, hides the cursor, clips it to the client area, shows the frame
   // and releases the module thread. 0, or 1 when

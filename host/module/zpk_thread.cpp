@@ -2,7 +2,6 @@
 
 #include "base/library.h"
 #include "host/exports/module.h"
-#include "host/frame/start_handshake.h"
 #include "host/module/zpk_text.h"
 
 namespace {
@@ -11,7 +10,7 @@ constexpr uint32_t kCalleePops = 0;
 
 }  // namespace
 
-CZPKThread::CZPKThread(CZPKModule* module, StartHandshake* handshake) : module_(module), handshake_(handshake) {}
+CZPKThread::CZPKThread(CZPKModule* module) : module_(module) {}
 
 CZPKThread::~CZPKThread() {
   if (thread_) os::closeThread(thread_);
@@ -24,12 +23,7 @@ bool CZPKThread::Start() {
 
 bool CZPKThread::IsRunningAfter(uint32_t milliseconds) { return thread_ && os::waitThread(thread_, milliseconds); }
 
-uint32_t CZPKThread::Entry(void* self) {
-  CZPKThread* thread = static_cast<CZPKThread*>(self);
-  uint32_t result = thread->Run();
-  if (thread->handshake_) thread->handshake_->ModuleEnded();
-  return result;
-}
+uint32_t CZPKThread::Entry(void* self) { return static_cast<CZPKThread*>(self)->Run(); }
 
 uint32_t CZPKThread::Run() {
   void* startingProc = module_->GetStartingProc();

@@ -7,13 +7,9 @@
 #include "base/os/os.h"
 #include "host/module/zpk_module.h"
 
-class StartHandshake;
-
 class CZPKThread {
  public:
-  // `handshake` is woken when the thread ends, so that a main thread still waiting for a
-  // window request goes on.
-  CZPKThread(CZPKModule* module, StartHandshake* handshake);
+  explicit CZPKThread(CZPKModule* module);
   ~CZPKThread();
   CZPKThread(const CZPKThread&) = delete;
   CZPKThread& operator=(const CZPKThread&) = delete;
@@ -31,6 +27,5 @@ class CZPKThread {
   static uint32_t Entry(void* self);
 
   CZPKModule* module_;
-  StartHandshake* handshake_;
   os::Thread* thread_ = nullptr;
 };

@@ -21,7 +21,7 @@ const WaveOutBackend& chooseBackend() {
   const char* name = std::getenv("RUNA1_AUDIO");
   if (name && *name) {
     if (const WaveOutBackend* named = findWaveOutBackend(name)) return *named;
-    TraceMessage("RUNA1_AUDIO names no audio backend: \"%s\"; using \"%s\".\n", name, backends()[0]->name);
+    TraceMessage(TraceChannel::sound, "RUNA1_AUDIO names no audio backend: \"%s\"; using \"%s\".\n", name, backends()[0]->name);
   }
   return *backends()[0];
 }

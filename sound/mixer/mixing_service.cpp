@@ -82,14 +82,14 @@ KSoundMixingService::KSoundMixingService() : device_(waveOutBackend()) {
   idleEvent_ = os::createEvent(true, true);
   queued_ = os::createEvent(false, false);
   thread_ = os::startThread(ThreadBody, this);
-  if (!thread_) TraceMessage("Failed begin wave mixing thread.");
+  if (!thread_) TraceMessage(TraceChannel::sound, "Failed begin wave mixing thread.");
 }
 
 KSoundMixingService::~KSoundMixingService() {
   Close();
   if (thread_) {
     Post(kQuit, 0, 0);
-    if (os::waitThread(thread_, 10000)) TraceMessage("Warring timeout of the termination of a mixing server thread.\n");
+    if (os::waitThread(thread_, 10000)) TraceMessage(TraceChannel::sound, "Warring timeout of the termination of a mixing server thread.\n");
     os::closeThread(thread_);
   }
   os::closeEvent(idleEvent_);
@@ -150,7 +150,7 @@ uint32_t KSoundMixingService::MeasureGranularity(const WAVEFORMATEX& format) {
   os::EventHandle done = os::createEvent(true, false);
   HWAVEOUT probe = nullptr;
   if (device_.open(&probe, &format, measureDone, reinterpret_cast<DWORD_PTR>(done)) != MMSYSERR_NOERROR) {
-    TraceMessage("Failed open wave device.\n");
+    TraceMessage(TraceChannel::sound, "Failed open wave device.\n");
     os::closeEvent(done);
     return kBytes;
   }
@@ -161,11 +161,11 @@ uint32_t KSoundMixingService::MeasureGranularity(const WAVEFORMATEX& format) {
   header.dwBufferLength = header.dwBytesRecorded = kBytes;
   uint32_t result = kBytes;
   if (device_.prepare(probe, &header) != MMSYSERR_NOERROR) {
-    TraceMessage("Failed prepare wave header.\n");
+    TraceMessage(TraceChannel::sound, "Failed prepare wave header.\n");
   } else {
     uint32_t start = device_.tickCount();
     if (device_.write(probe, &header) != MMSYSERR_NOERROR) {
-      TraceMessage("Failed write wave data.\n");
+      TraceMessage(TraceChannel::sound, "Failed write wave data.\n");
     } else {
       if (!device_.waitWhilePlaying(done, kMeasureWaitMs)) device_.reset(probe);
       uint64_t elapsed = device_.tickCount() - start;
@@ -223,19 +223,19 @@ uint32_t KSoundMixingService::Open(uint32_t bufferMs, uint32_t timerMs, uint32_t
   isOpen_ = 1;
   uint32_t minimumPeriod = 0;
   if (device_.timerMinimumPeriod(&minimumPeriod) != MMSYSERR_NOERROR) {
-    TraceMessage("Fiald timeGetDevCaps function.\n");
+    TraceMessage(TraceChannel::sound, "Fiald timeGetDevCaps function.\n");
     timerResolution_ = 0;
     return fail(kTimerError, __LINE__, "Failed timeGetDevCaps");
   }
   timerResolution_ = minimumPeriod;
   if (device_.beginPeriod(timerResolution_) != MMSYSERR_NOERROR) {
-    TraceMessage("Failed timeBeginPeriod function.\n");
+    TraceMessage(TraceChannel::sound, "Failed timeBeginPeriod function.\n");
     return fail(kTimerError, __LINE__, "Failed timeBeginPeriod");
   }
   timerId_ = device_.startTimer(std::max(minimumPeriod, timerMs), timerResolution_, timerPosted,
                                 reinterpret_cast<DWORD_PTR>(this));
   if (timerId_ == 0) {
-    TraceMessage("Fialed timeSetEvent function.\n");
+    TraceMessage(TraceChannel::sound, "Fialed timeSetEvent function.\n");
     return fail(kTimerError, __LINE__, "Failed timeSetEvent");
   }
   return vkSucceed();
@@ -258,7 +258,7 @@ uint32_t KSoundMixingService::Close() {
     }
     device_.reset(hWaveOut_);
     device_.setVolume(hWaveOut_, savedVolumeLeft_ | savedVolumeRight_ << 16);
-    if (device_.close(hWaveOut_) != MMSYSERR_NOERROR) TraceMessage("Failed to close wave output device.\n");
+    if (device_.close(hWaveOut_) != MMSYSERR_NOERROR) TraceMessage(TraceChannel::sound, "Failed to close wave output device.\n");
     isOpen_ = 0;
     hWaveOut_ = nullptr;
     for (uint8_t*& buffer : buffers_) {
@@ -268,7 +268,7 @@ uint32_t KSoundMixingService::Close() {
   }
   // The buffers come back to OnPlayedWave as queued notices.
   if (thread_ && !os::waitEvent(idleEvent_, kIdleWaitMs))
-    TraceMessage("KSoundMixingService::Close gave up waiting for the wave buffers.\n");
+    TraceMessage(TraceChannel::sound, "KSoundMixingService::Close gave up waiting for the wave buffers.\n");
   return vkSucceed();
 }
 
@@ -346,7 +346,7 @@ void KSoundMixingService::OnPlayedWave(HWAVEOUT device, WAVEHDR* header) {
     if (!candidate->isMixed && candidate->hWaveOut == device) channel = candidate;
   }
   if (!channel) {
-    TraceMessage("KSoundMixingService::OnPlayedWave is called with invalid HWAVEOUT(%08X)\n",
+    TraceMessage(TraceChannel::sound, "KSoundMixingService::OnPlayedWave is called with invalid HWAVEOUT(%08X)\n",
                  static_cast<uint32_t>(reinterpret_cast<uintptr_t>(device)));
     return;
   }
@@ -359,7 +359,7 @@ void KSoundMixingService::OnPlayedWave(HWAVEOUT device, WAVEHDR* header) {
   if (uint32_t error = device_.unprepare(hWaveOut_, header)) {
     char text[512];
     device_.errorText(error, text, 511);
-    TraceMessage("Failed unprepare wave output header. \"%s\"\n", text);
+    TraceMessage(TraceChannel::sound, "Failed unprepare wave output header. \"%s\"\n", text);
   } else {
     for (int32_t q = static_cast<int32_t>(channel->queue.GetCount()) - 1; q >= 0; --q) {
       if (channel->queue.GetAt(static_cast<uint32_t>(q)) != header) continue;
@@ -471,11 +471,11 @@ void KSoundMixingService::FeedDecoder(KMixingChannel* channel) {
   acm::StreamHeader header = acmHeaderOver(channel->decodeBuffer, channel->decodeSize, channel->encodedBuffer,
                                            channel->encodedFill);
   if (acm::streamPrepareHeader(channel->acmStream, &header) != 0) {
-    TraceMessage("Failed acmStreamPrepareeader.\n");
+    TraceMessage(TraceChannel::sound, "Failed acmStreamPrepareeader.\n");
     return;
   }
   if (acm::streamConvert(channel->acmStream, &header, flags) != 0) {
-    TraceMessage("Failed acmStreamConvert.\n");
+    TraceMessage(TraceChannel::sound, "Failed acmStreamConvert.\n");
     return;
   }
   channel->encodedFill -= header.cbSrcLengthUsed;
@@ -584,7 +584,7 @@ KMixingChannel* KSoundMixingService::OpenChannel(KSoundChannel* owner, const WAV
       channel->isMixed = 0;
       if (device_.open(&channel->hWaveOut, format, devicePosted, reinterpret_cast<DWORD_PTR>(this)) != 0) {
         channel->hWaveOut = nullptr;
-        TraceMessage("Failed open wave device.\n");
+        TraceMessage(TraceChannel::sound, "Failed open wave device.\n");
         status = fail(VK_ERROR_SOUND, __LINE__, "Failed open wave device.");
       } else {
         uint32_t saved = 0;
@@ -601,7 +601,7 @@ KMixingChannel* KSoundMixingService::OpenChannel(KSoundChannel* owner, const WAV
         channel->format = decoded;
         if (!mixable(*decoded) || acm::streamOpen(&channel->acmStream, channel->sourceFormat, decoded) != 0) {
           channel->acmStream = {};
-          TraceMessage("Failed open ACM driver.\n");
+          TraceMessage(TraceChannel::sound, "Failed open ACM driver.\n");
           status = fail(VK_ERROR_SOUND, __LINE__, "Failed open ACM driver.");
         } else {
           channel->decodeSize = decoded->nBlockAlign * bufferSamples_ * 2;
@@ -617,7 +617,7 @@ KMixingChannel* KSoundMixingService::OpenChannel(KSoundChannel* owner, const WAV
         }
       } else if (!mixable(*format)) {
         // A PCM format the kernels cannot read is refused as the device would refuse it.
-        TraceMessage("Failed open wave device.\n");
+        TraceMessage(TraceChannel::sound, "Failed open wave device.\n");
         status = fail(VK_ERROR_SOUND, __LINE__, "Failed open wave device.");
       }
       // Private copies in the mix format, whatever the format read.
@@ -638,10 +638,10 @@ void KSoundMixingService::DestroyChannel(KMixingChannel* channel) {
   if (channel->hWaveOut) {
     device_.setVolume(channel->hWaveOut, channel->savedVolumeLeft | channel->savedVolumeRight << 16);
     device_.reset(channel->hWaveOut);
-    if (device_.close(channel->hWaveOut) != 0) TraceMessage("Failed to close wave output device.\n");
+    if (device_.close(channel->hWaveOut) != 0) TraceMessage(TraceChannel::sound, "Failed to close wave output device.\n");
   }
   if (channel->sourceFormat && channel->acmStream && acm::streamClose(channel->acmStream) != 0)
-    TraceMessage("Failed to close ACM driver.\n");
+    TraceMessage(TraceChannel::sound, "Failed to close ACM driver.\n");
   for (uint8_t* block : {channel->channelBuffer[0], channel->channelBuffer[1], channel->pendingBuffer,
                          channel->decodeBuffer, channel->encodedBuffer})
     if (block) vkFree(block);

@@ -32,7 +32,7 @@ KACMStream::~KACMStream() {
 uint32_t KACMStream::Open(const WAVEFORMATEX* destination, const WAVEFORMATEX* source) {
   if (isOpen_) Close();
   if (acm::streamOpen(&stream_, source, destination) != acm::kOk) {
-    TraceMessage("Failed ACM open.\n");
+    TraceMessage(TraceChannel::sound, "Failed ACM open.\n");
     return fail(__LINE__, "Fialed ACM open");
   }
   isOpen_ = 1;
@@ -43,7 +43,7 @@ uint32_t KACMStream::GetDestinationSize(uint32_t sourceBytes) {
   for (uint32_t bytes = sourceBytes; bytes != 0; bytes <<= 1) {
     uint32_t size = 0;
     if (acm::streamSize(stream_, bytes, &size, acm::kSizeSource) != acm::kOk)
-      TraceMessage("Fialed getting destination size to convert wave format.\n");
+      TraceMessage(TraceChannel::sound, "Fialed getting destination size to convert wave format.\n");
     else if (size != 0)
       return size;
   }
@@ -55,17 +55,17 @@ uint32_t KACMStream::Convert(void* destination, uint32_t* destinationBytes, cons
   acm::StreamHeader header = acmHeaderOver(destination, *destinationBytes, source, *sourceBytes);
   *destinationBytes = *sourceBytes = 0;
   if (acm::streamPrepareHeader(stream_, &header) != acm::kOk) {
-    TraceMessage("Failed preparing ACM stream header.\n");
+    TraceMessage(TraceChannel::sound, "Failed preparing ACM stream header.\n");
     return fail(__LINE__, "Failed preparing ACM stream header");
   }
   if (acm::streamConvert(stream_, &header, flags) != acm::kOk) {
-    TraceMessage("Failed conversion wave format.\n");
+    TraceMessage(TraceChannel::sound, "Failed conversion wave format.\n");
     return fail(__LINE__, "Failed conversion wave format");
   }
   *sourceBytes = header.cbSrcLengthUsed;
   *destinationBytes = header.cbDstLengthUsed;
   if (acm::streamUnprepareHeader(stream_, &header) != acm::kOk) {
-    TraceMessage("Failed un-preparing ACM stream header.\n");
+    TraceMessage(TraceChannel::sound, "Failed un-preparing ACM stream header.\n");
     return fail(__LINE__, "Failed un-preparing ACM stream header");
   }
   return vkSucceed();
@@ -74,7 +74,7 @@ uint32_t KACMStream::Convert(void* destination, uint32_t* destinationBytes, cons
 uint32_t KACMStream::Close() {
   isOpen_ = 0;
   if (acm::streamClose(stream_) != acm::kOk) {
-    TraceMessage("Failed ACM close.\n");
+    TraceMessage(TraceChannel::sound, "Failed ACM close.\n");
     return fail(__LINE__, "Failed ACM close");
   }
   return vkSucceed();

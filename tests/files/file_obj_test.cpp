@@ -252,8 +252,31 @@ TEST_F(FileObjTest, OpenFromHandleSharesTheHandleFile) {
   EXPECT_EQ(file.Read(buffer, 6), 6u);
   EXPECT_STREQ(buffer, "handle");
   File_CloseFile(source);
+#ifdef _WIN32
+  // All ones is the process itself to Win32: it duplicates, and transfers give 0.
+  EXPECT_EQ(file.OpenFromHandle(os::invalidFile(), FILE_READ), 0u);
+  EXPECT_EQ(file.GetFlags(), uint32_t{FILE_READ});
+  EXPECT_NE(file.GetHandle(), os::invalidFile());
+  EXPECT_EQ(file.Read(buffer, 6), 0u);
+#else
   EXPECT_EQ(file.OpenFromHandle(os::invalidFile(), FILE_READ), VK_ERROR_FILE);
   EXPECT_EQ(file.GetFlags(), 0u);
+#endif
+}
+
+TEST_F(FileObjTest, ADuplicateOfAClosedFileTransfersNothingAndReportsNothing) {
+  std::string path = dir.write("c.bin", "closed");
+  KRawFile* file = File_OpenFile(path.c_str(), FILE_READ);
+  ASSERT_NE(file, nullptr);
+  file->Close();
+  KFileObj* copy = file->Duplicate();
+  ASSERT_NE(copy, nullptr) << "callers of Duplicate get an object";
+  EXPECT_EQ(vkGetErrorRecord()->code, 0u);
+  EXPECT_STREQ(static_cast<KRawFile*>(copy)->GetPath(), file->GetPath());
+  char buffer[8];
+  EXPECT_EQ(copy->Read(buffer, 6), 0u);
+  delete copy;
+  File_CloseFile(file);
 }
 
 }  // namespace

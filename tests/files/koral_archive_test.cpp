@@ -17,7 +17,7 @@
 namespace {
 
 std::vector<std::string> traces;
-void keepTrace(const char* text) { traces.push_back(text); }
+void keepTrace(TraceChannel, const char* text) { traces.push_back(text); }
 
 void expectReport(uint32_t result, const char* source, const char* message) {
   EXPECT_EQ(result, VK_ERROR_FILE);

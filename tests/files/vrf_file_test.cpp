@@ -20,7 +20,7 @@ constexpr uint64_t kEmpty = vrfId("EmptyRec");
 constexpr uint64_t kOther = vrfId("OtherRec");
 
 std::vector<std::string> traces;
-void keepTrace(const char* text) { traces.push_back(text); }
+void keepTrace(TraceChannel, const char* text) { traces.push_back(text); }
 
 void expectReport(uint32_t result, const char* message) {
   EXPECT_EQ(result, VK_ERROR_FILE);

@@ -105,14 +105,13 @@ Graphic* read(const std::string& bytes) {
 void put32(std::string& bytes, size_t at, uint32_t value) { std::memcpy(bytes.data() + at, &value, 4); }
 void put16(std::string& bytes, size_t at, uint16_t value) { std::memcpy(bytes.data() + at, &value, 2); }
 
-TEST(BitmapFileTest, RefusesDamagedHeaders) {
+TEST(BitmapFileTest, RefusesHeadersThatLeaveNothingToRead) {
   const std::string good = goodStream();
   Graphic* fine = read(good);
   ASSERT_NE(fine, nullptr);
   graphic_DeleteBitmap(fine);
 
   EXPECT_EQ(read(good.substr(0, 13)), nullptr) << "short file header";
-  EXPECT_EQ(read(good.substr(0, 40)), nullptr) << "short info header";
   std::string bytes = good;
   put32(bytes, 2, le32(good, 10));
   EXPECT_EQ(read(bytes), nullptr) << "file size not beyond the data offset";
@@ -129,11 +128,11 @@ TEST(BitmapFileTest, RefusesDamagedHeaders) {
   put32(bytes, 10, 20);
   EXPECT_EQ(read(bytes), nullptr) << "data offset inside the headers";
   bytes = good;
-  put32(bytes, 34, 4);
-  EXPECT_EQ(read(bytes), nullptr) << "stated image size smaller than its rows";
+  put32(bytes, 22, 0);
+  EXPECT_EQ(read(bytes), nullptr) << "no rows";
   bytes = good;
-  put32(bytes, 22, static_cast<uint32_t>(-2));
-  EXPECT_EQ(read(bytes), nullptr) << "top-down rows";
+  put32(bytes, 18, 0);
+  EXPECT_EQ(read(bytes), nullptr) << "no columns";
   bytes = good;
   put32(bytes, 18, 0x60000000);
   EXPECT_EQ(read(bytes), nullptr) << "a width whose row size overflows 32 bits";
@@ -141,6 +140,58 @@ TEST(BitmapFileTest, RefusesDamagedHeaders) {
   put32(bytes, 18, 0x7FFFFFFF);
   put32(bytes, 34, 0);
   EXPECT_EQ(read(bytes), nullptr) << "more pixels than a block can hold";
+}
+
+// The rows of the 4 by 2 stream: bottom row first.
+uint8_t pixelOf(const std::string& stream, int row, int x) { return uint8_t(stream[54 + 1024 + row * 4 + x]); }
+
+TEST(BitmapFileTest, AStatedSizeBelowTheRowsReadsThatMuchAndDrawsInsideTheBlock) {
+  std::string bytes = goodStream();
+  put32(bytes, 34, 4);
+  Graphic* image = read(bytes);
+  ASSERT_NE(image, nullptr);
+  EXPECT_EQ(image->Header().biSizeImage, 4u);
+  for (int x = 0; x < 4; ++x) {
+    EXPECT_EQ(image->Pixels()[x], pixelOf(bytes, 0, x));
+    EXPECT_EQ(image->Pixels()[4 + x], 0) << "the row behind the stated size is black";
+  }
+  Graphic* target = graphic_CreateBitmap(4, 2, 24);
+  EXPECT_EQ(graphic_DrawBitmapToBitmap(image, target, 0, 0, nullptr, 0, 0), 0u);
+  EXPECT_EQ(graphic_DrawFullRectangle(image, nullptr, 3, 0, 0), 0u);
+  graphic_DeleteBitmap(target);
+  graphic_DeleteBitmap(image);
+}
+
+TEST(BitmapFileTest, TopDownRowsAreTurnedBottomUp) {
+  std::string bytes = goodStream();
+  put32(bytes, 22, static_cast<uint32_t>(-2));
+  Graphic* image = read(bytes);
+  ASSERT_NE(image, nullptr);
+  EXPECT_EQ(image->Header().biHeight, 2);
+  for (int x = 0; x < 4; ++x) {
+    EXPECT_EQ(image->Pixels()[x], pixelOf(bytes, 1, x)) << "the stream's last row is the bottom row";
+    EXPECT_EQ(image->Pixels()[4 + x], pixelOf(bytes, 0, x));
+  }
+  graphic_DeleteBitmap(image);
+}
+
+TEST(BitmapFileTest, HeadersAndColoursCutShortReadAsZeros) {
+  const std::string good = goodStream();
+  Graphic* image = read(good.substr(0, 54 + 10));
+  ASSERT_NE(image, nullptr) << "two colours and a half";
+  RGBQUAD colours[3];
+  ASSERT_EQ(graphic_GetPaletteEntries(image, 0, 3, colours), 0u);
+  EXPECT_EQ(std::memcmp(colours, good.data() + 54, 8), 0);
+  EXPECT_EQ(colours[2].rgbBlue, uint8_t(good[62]));
+  EXPECT_EQ(colours[2].rgbRed, 0);
+  EXPECT_EQ(image->Pixels()[0], 0);
+  graphic_DeleteBitmap(image);
+
+  image = read(good.substr(0, 40));
+  ASSERT_NE(image, nullptr) << "the info header up to its image size";
+  EXPECT_EQ(image->Header().biWidth, 4);
+  EXPECT_EQ(image->Header().biBitCount, 8);
+  graphic_DeleteBitmap(image);
 }
 
 TEST(BitmapFileTest, ShortPixelDataLeavesTheRestBlack) {

@@ -59,6 +59,16 @@ TEST(ApplyToneTest, TonesEachChannelAndKeepsRowPadding) {
   // Without tone the whole block, padding included, is copied.
   EXPECT_EQ(mqApplyTone(&info, dst, src, 0, 0, 0), 0u);
   EXPECT_EQ(std::memcmp(dst, src, 16), 0);
+
+  // No width, no rows or no pitch: 1, and nothing written.
+  for (auto empty : {+[](BITMAPINFOHEADER& h) { h.biWidth = 0; }, +[](BITMAPINFOHEADER& h) { h.biHeight = 0; },
+                     +[](BITMAPINFOHEADER& h) { h.biSizeImage = 1; }}) {
+    BITMAPINFOHEADER header = info;
+    empty(header);
+    std::memset(dst, 0xAA, sizeof dst);
+    EXPECT_EQ(mqApplyTone(&header, dst, src, 10, 0, 0), 1u);
+    EXPECT_TRUE(std::all_of(dst, dst + sizeof dst, [](uint8_t b) { return b == 0xAA; }));
+  }
 }
 
 struct ClipCase {

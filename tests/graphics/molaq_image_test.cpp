@@ -2,6 +2,7 @@
 // planes, scales, conversion modes and the fallback to BMP.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <vector>
@@ -13,6 +14,7 @@
 #include "host/exports/file.h"
 #include "host/exports/graphic.h"
 #include "host/exports/molaq_image.h"
+#include "tests/graphics/independent_stream.h"
 #include "tests/graphics/test_bitmap.h"
 #include "tests/temp_dir.h"
 
@@ -124,21 +126,60 @@ TEST(MOLAQImageTest, QualitiesTradeSizeForFidelityAndStayInRange) {
   }
 }
 
-TEST(MOLAQImageTest, ConversionModesGiveEightBitPictures) {
+TEST(MOLAQImageTest, TheExportKeepsTrueColourWhateverTheDefaultConversion) {
   TempDir dir;
-  std::string path = writePicture(dir, "photo.mq", photo(16, 16), nullptr);
-  ConversionScope grey(kConversionGrey);
-  MOLAQImage* image = MOLAQImage_ReadImageFile(path.c_str(), 1);
-  ASSERT_NE(image, nullptr);
-  EXPECT_EQ(image->Header().biBitCount, 8);
-  EXPECT_EQ(image->Header().biWidth, 32);
-  RGBQUAD colour;
-  image->GetPaletteEntries(200, 1, &colour);
-  EXPECT_EQ(colour.rgbRed, 200);
-  graphic_DeleteBitmap(image);
+  std::string path = writePicture(dir, "photo.mq", photo(15, 16), nullptr);
+  for (int32_t mode : {kConversionGrey, kConversionFixedPalette}) {
+    ConversionScope conversion(mode);
+    MOLAQImage* image = MOLAQImage_ReadImageFile(path.c_str(), 1);
+    ASSERT_NE(image, nullptr);
+    EXPECT_EQ(image->Header().biBitCount, 24) << mode;
+    EXPECT_EQ(image->Header().biWidth, 30);
+    EXPECT_EQ(image->Header().biSizeImage, dibPitch(30, 24) * 32) << "rows a module may write whole";
+    graphic_DeleteBitmap(image);
+  }
 }
 
-TEST(MOLAQImageTest, PaletteImagesAreLosslessIgnoreScaleAndKeepOneBitAlpha) {
+TEST(MOLAQImageTest, AnObjectWithAConversionModeReadsEightBitPictures) {
+  TempDir dir;
+  std::string path = writePicture(dir, "photo.mq", photo(16, 16), nullptr);
+  MOLAQImage image(kConversionGrey);
+  ASSERT_EQ(image.ReadImageFile(path.c_str(), 1), 0u);
+  EXPECT_EQ(image.Header().biBitCount, 8);
+  EXPECT_EQ(image.Header().biWidth, 32);
+  RGBQUAD colour;
+  image.GetPaletteEntries(200, 1, &colour);
+  EXPECT_EQ(colour.rgbRed, 200);
+}
+
+TEST(MOLAQImageTest, AScaleOutOfRangeSizesThePictureAndTheDecoderRefusesIt) {
+  ConversionScope none(kConversionNone);
+  TempDir dir;
+  std::vector<uint8_t> plane(16 * 16, 0x80);
+  ImageInfo alpha{32, plane.data(), 16, 16, 8, 16, 16 * 16, 0};
+  std::string path = writePicture(dir, "photo.mq", photo(16, 16), &alpha);
+  auto allBlack = [](MOLAQImage* image) {
+    const uint8_t* pixels = image->Pixels();
+    return std::all_of(pixels, pixels + image->Header().biSizeImage, [](uint8_t p) { return p == 0; });
+  };
+  MOLAQImage* image = MOLAQImage_ReadImageFile(path.c_str(), 4);
+  ASSERT_NE(image, nullptr);
+  EXPECT_EQ(image->Header().biWidth, 16 << 4);
+  EXPECT_TRUE(allBlack(image)) << "the decoder takes scales up to 3 only";
+  EXPECT_EQ(image->AlphaInfo(), nullptr);
+  graphic_DeleteBitmap(image);
+
+  image = MOLAQImage_ReadImageFile(path.c_str(), 32);  // a shift by 0
+  ASSERT_NE(image, nullptr);
+  EXPECT_EQ(image->Header().biWidth, 16);
+  EXPECT_TRUE(allBlack(image));
+  EXPECT_EQ(image->AlphaInfo(), nullptr);
+  graphic_DeleteBitmap(image);
+
+  EXPECT_EQ(MOLAQImage_ReadImageFile(path.c_str(), -1), nullptr) << "16 << 31 columns fit no block";
+}
+
+TEST(MOLAQImageTest, PaletteImagesAreLosslessIgnoreScaleAndKeepOneBitAlphaAtScaleZero) {
   ConversionScope none(kConversionNone);
   TempDir dir;
   for (uint16_t bits : {1, 4, 8}) {
@@ -156,11 +197,44 @@ TEST(MOLAQImageTest, PaletteImagesAreLosslessIgnoreScaleAndKeepOneBitAlpha) {
     image->GetPaletteEntries(1, 1, &colour);
     EXPECT_EQ(colour.rgbBlue, bitmap.colours[1].rgbBlue);
     EXPECT_EQ(colour.rgbGreen, bitmap.colours[1].rgbGreen);
-    ASSERT_NE(image->AlphaInfo(), nullptr) << "scale 3 read scale 0 for a palette image";
+    EXPECT_EQ(image->AlphaInfo(), nullptr) << "a scale other than 0 leaves the alpha plane out";
+    graphic_DeleteBitmap(image);
+
+    image = MOLAQImage_ReadImageFile(path.c_str(), 0);
+    ASSERT_NE(image, nullptr) << bits;
+    ASSERT_NE(image->AlphaInfo(), nullptr);
     EXPECT_EQ(image->AlphaInfo()->bits, 1u);
     EXPECT_EQ(std::memcmp(image->AlphaInfo()->pixels, mask.data(), mask.size()), 0);
     graphic_DeleteBitmap(image);
   }
+}
+
+TEST(MOLAQImageTest, AnAlphaPlaneCodedWithoutValueBitsReadsAsZeros) {
+  ConversionScope none(kConversionNone);
+  TempDir dir;
+  TestBitmap bitmap(10, 3, 8);
+  bitmap.patterned();
+  MOLAQImageFile file;
+  ASSERT_EQ(mqEncodeImageFile(bitmap.info(), bitmap.pixels.data(), nullptr, MOLAQEncodeOptions{}, &file), 0u);
+  // Another writer's plane: one phrase of width 0, the 12 bytes of a row repeated 3 times.
+  IndependentStream plane(1, 0);
+  plane.phrase({0}, 0, 12);
+  plane.frequencies({1});
+  for (int row = 0; row < 3; ++row) plane.symbol(0);
+  file.alphaBits = 8;
+  file.alpha = plane.bytes();
+  std::string path = dir.file("zero.mq");
+  ASSERT_EQ(mqWriteImageFile(path.c_str(), file), 0u);
+
+  MOLAQImage* image = MOLAQImage_ReadImageFile(path.c_str(), 0);
+  ASSERT_NE(image, nullptr);
+  const ImageInfo* alpha = image->AlphaInfo();
+  ASSERT_NE(alpha, nullptr);
+  EXPECT_EQ(alpha->bits, 8u);
+  EXPECT_EQ(alpha->pitch, 12);
+  EXPECT_TRUE(std::all_of(alpha->pixels, alpha->pixels + 36, [](uint8_t a) { return a == 0; }));
+  EXPECT_EQ(graphic_IsPointHit(image, 4, 1), 0u) << "a transparent pixel";
+  graphic_DeleteBitmap(image);
 }
 
 TEST(MOLAQImageTest, OtherFilesFallBackOnTheBitmapReader) {

@@ -1,5 +1,6 @@
 // The phrase coder: streams the encoder writes decode to the same symbols in any pieces, with both
-// decoders and any table limit; hand-made streams cover the dictionary's edge cases.
+// decoders and any table limit; streams of the test's own writer cover the dictionary's edge
+// cases.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "graphics/core/molaq.h"
+#include "tests/graphics/independent_stream.h"
 
 namespace {
 
@@ -266,53 +268,66 @@ TEST(PhraseChoice, AdversarialInputsRoundTrip) {
   roundTrip({42}, 1);
 }
 
-// A stream written field by field: header words, then the bit stream of the given phrases.
-struct HandStream {
-  std::vector<uint8_t> bytes;
-  MQEncoder encoder;
-  HandStream(uint32_t phrases, uint32_t widthWord) {
-    for (uint32_t word : {phrases, widthWord}) {
-      for (int i = 0; i < 4; ++i) bytes.push_back(uint8_t(word >> (8 * i)));
-    }
-    mqInitEncoder(&encoder, &bytes);
-  }
-  void phrase(std::vector<uint32_t> values, uint32_t width, uint32_t repeatByte) {
-    for (size_t i = 0; i < values.size(); ++i) {
-      mqPutBits(&encoder, values[i], width);
-      mqPutBits(&encoder, i + 1 == values.size(), 1);
-    }
-    mqPutBits(&encoder, repeatByte, 8);
-    mqPutBits(&encoder, 1, 1);
-  }
-};
-
 TEST(PhraseCoder, AllFrequenciesOneStoreOnlyTheFirst) {
-  HandStream s(3, 8);
+  IndependentStream s(3, 8);
   s.phrase({10}, 8, 1);
   s.phrase({20, 21}, 8, 1);
   s.phrase({30}, 8, 2);
-  mqPutBits(&s.encoder, 1, 32);  // the first frequency, and with it all of them
-  for (uint32_t symbol : {2u, 0u, 1u, 2u}) mqPutSymbol(&s.encoder, symbol, 1, 3);
-  mqFlushEncoder(&s.encoder);
-  std::vector<uint8_t> seven = decodeAll<uint8_t>(s.bytes, kMQUnit8, 7, kMQTableLimit, 2);
+  s.frequencies({1, 1, 1});
+  for (uint32_t phrase : {2u, 0u, 1u, 2u}) s.symbol(phrase);
+  std::vector<uint8_t> seven = decodeAll<uint8_t>(s.bytes(), kMQUnit8, 7, kMQTableLimit, 2);
   EXPECT_EQ(seven, (std::vector<uint8_t>{30, 30, 10, 20, 21, 30, 30}));
 }
 
 TEST(PhraseCoder, ALongRepeatRunsOnAcrossCallsAndTheLastWordNeedsNoMore) {
-  HandStream s(1, 0x80000000u | 12);
-  // Value -5 in 12 bits, repeated 0x01F4 (500) times: two count groups.
-  mqPutBits(&s.encoder, uint32_t(-5), 12);
-  mqPutBits(&s.encoder, 1, 1);
-  mqPutBits(&s.encoder, 0x01, 8);
-  mqPutBits(&s.encoder, 0, 1);
-  mqPutBits(&s.encoder, 0xF4, 8);
-  mqPutBits(&s.encoder, 1, 1);
-  mqPutBits(&s.encoder, 7, 32);
-  mqPutSymbol(&s.encoder, 0, 7, 7);
-  mqFlushEncoder(&s.encoder);
+  IndependentStream s(1, 0x80000000u | 12);
+  s.phrase({-5}, 12, 500);  // two count groups
+  s.frequencies({7});
+  s.symbol(0);
   // The stream ends in its last word; the decoder's read-ahead finds only zeros behind it.
-  std::vector<int16_t> out = decodeAll<int16_t>(s.bytes, kMQUnit16, 500, kMQTableLimit, 130);
+  std::vector<int16_t> out = decodeAll<int16_t>(s.bytes(), kMQUnit16, 500, kMQTableLimit, 130);
   EXPECT_EQ(out, std::vector<int16_t>(500, -5));
+}
+
+TEST(PhraseCoder, ValuesOfWidthZeroAreZeros) {
+  IndependentStream s(1, 0);
+  s.phrase({0}, 0, 200);
+  s.frequencies({1});
+  s.symbol(0);
+  s.symbol(0);
+  std::vector<uint8_t> stream = s.bytes();
+  MOLAQDecoder decoder(stream.data(), stream.size(), kMQNoTableLimit);
+  std::vector<uint8_t> plane(400, 0xAA);
+  ASSERT_TRUE(decoder.Read(plane.data(), 400)) << "a plane of zeros needs no value bits";
+  EXPECT_EQ(plane, std::vector<uint8_t>(400, 0));
+}
+
+// A stream of another writer's choices: signed values of 5 bits, phrases of several values,
+// repeats over one and two count groups, frequencies of falling widths and then ones.
+TEST(PhraseCoder, AnIndependentlyWrittenStreamDecodesWithEitherDecoderInAnyPieces) {
+  const std::vector<std::vector<int32_t>> phrases = {{-16}, {15, -1}, {7}, {0, 1, 2}, {-3}};
+  const std::vector<uint32_t> repeats = {3, 2, 300, 1, 1}, frequencies = {9, 5, 2, 1, 1};
+  IndependentStream s(5, 0x80000000u | 5);
+  for (size_t p = 0; p < phrases.size(); ++p) s.phrase(phrases[p], 5, repeats[p]);
+  s.frequencies(frequencies);
+  std::mt19937 random(7);
+  std::vector<int32_t> expected;
+  for (int step = 0; step < 60; ++step) {
+    uint32_t phrase = random() % 5;
+    s.symbol(phrase);
+    for (uint32_t r = 0; r < repeats[phrase]; ++r)
+      expected.insert(expected.end(), phrases[phrase].begin(), phrases[phrase].end());
+  }
+  std::vector<uint8_t> stream = s.bytes();
+  const uint32_t count = static_cast<uint32_t>(expected.size());
+  for (uint32_t limit : {kMQTableLimit, 2u}) {
+    for (uint32_t piece : {count, 7u, 1u}) {
+      for (bool integer : {false, true}) {
+        EXPECT_EQ(decodeAll<int32_t>(stream, kMQUnit32 | kMQSigned, count, limit, piece, integer), expected)
+            << "limit " << limit << " piece " << piece << (integer ? " integer" : " float");
+      }
+    }
+  }
 }
 
 TEST(PhraseCoder, OpenRefusesBadArgumentsAndImpossibleDictionaries) {
@@ -325,7 +340,7 @@ TEST(PhraseCoder, OpenRefusesBadArgumentsAndImpossibleDictionaries) {
   bad[4] = 33;  // width beyond 32 bits
   EXPECT_EQ(mqOpenDecoder(&state, 32, bad.data(), kMQUnit8, kMQTableLimit, nullptr, bad.size()), nullptr);
   bad = stream;
-  bad[3] = 0x7f;  // far more phrases than the stream holds bits
+  bad[3] = 0x7f;  // far more phrases than the stream holds: the dictionary runs past the data
   EXPECT_EQ(mqOpenDecoder(&state, 32, bad.data(), kMQUnit8, kMQTableLimit, nullptr, bad.size()), nullptr);
   MOLAQDecoder good(stream.data(), stream.size(), kMQTableLimit);
   char text[7] = {};
@@ -386,22 +401,20 @@ TEST(PhraseCoder, ScatteredDecodingPutsTheSameSymbolsInScanOrderAndBoundsTheZero
 TEST(PhraseCoder, QuotientsStayExactWithTheLargestTotal) {
   // Two phrases whose frequencies add up to 2^31, the most a stream may hold: the products of a
   // decoding step come close to 2^63.
-  HandStream s(2, 8);
+  IndependentStream s(2, 8);
   s.phrase({1}, 8, 1);
   s.phrase({2}, 8, 1);
-  const uint32_t frequencies[2] = {0x40000001u, 0x3FFFFFFFu};
-  mqPutBits(&s.encoder, frequencies[0], 32);
-  mqPutBits(&s.encoder, frequencies[1], 31);
+  s.frequencies({0x40000001u, 0x3FFFFFFFu});
   std::mt19937 random(5);
   std::vector<uint8_t> expected(3000);
   for (uint8_t& symbol : expected) {
     uint32_t p = random() % 2;
     symbol = uint8_t(p + 1);
-    mqPutSymbol(&s.encoder, p == 0 ? 0 : frequencies[0], frequencies[p], 0x80000000u);
+    s.symbol(p);
   }
-  mqFlushEncoder(&s.encoder);
-  EXPECT_EQ(decodeAll<uint8_t>(s.bytes, kMQUnit8, 3000, kMQTableLimit, 3000), expected);
-  EXPECT_EQ(decodeAll<uint8_t>(s.bytes, kMQUnit8, 3000, kMQTableLimit, 3000, true), expected);
+  std::vector<uint8_t> stream = s.bytes();
+  EXPECT_EQ(decodeAll<uint8_t>(stream, kMQUnit8, 3000, kMQTableLimit, 3000), expected);
+  EXPECT_EQ(decodeAll<uint8_t>(stream, kMQUnit8, 3000, kMQTableLimit, 3000, true), expected);
 }
 
 }  // namespace

@@ -178,9 +178,12 @@ class FakeWindowSystem : public os::WindowSystem {
       os::waitThread(thread, 1);
     }
   }
-  void waitDispatching(void* event) override {
+  void waitDispatching(void* event, os::Thread* thread) override {
     log.push_back("wait");
-    waitTimedOut = !os::waitEvent(event, kTimeoutMilliseconds);
+    for (uint32_t waited = 0; waited < kTimeoutMilliseconds; ++waited) {
+      if (os::waitEvent(event, 1) || !os::waitThread(thread, 0)) return;
+    }
+    waitTimedOut = true;
   }
 
   void paint(HWND, const os::ScaledPicture* scaled, const std::function<void(HDC)>& draw) override {

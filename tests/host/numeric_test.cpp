@@ -100,6 +100,30 @@ TEST_F(NumericTest, RoundingFollowsTheControlWordThatInitSets) {
   EXPECT_EQ(float_Int(bits(2.75f)), 3);
 }
 
+// Sets the rounding bits of the x87 control word, as module code may.
+void setRounding(uint16_t rounding) {
+  uint16_t control;
+  asm volatile("fnstcw %0" : "=m"(control));
+  control = static_cast<uint16_t>((control & ~0x0C00) | rounding);
+  asm volatile("fldcw %0" : : "m"(control));
+}
+
+TEST_F(NumericTest, ArithmeticRoundsAsTheCallersControlWordSays) {
+  const FloatBits one = bits(1.0f), tiny = bits(0x1p-30f);
+  EXPECT_EQ(float_Add(one, tiny), one);
+  setRounding(0x0800);  // up
+  EXPECT_EQ(float_Add(one, tiny), one + 1) << "the float above 1.0";
+  EXPECT_EQ(float_IDiv(one, 3), bits(0x1.555556p-2f));
+  double a = 1.0, b = 0x1p-60;
+  double_Add(&a, &b);
+  EXPECT_EQ(a, 1.0 + 0x1p-52);
+  setRounding(0x0400);  // down
+  EXPECT_EQ(float_Sub(one, tiny), bits(0x1.fffffep-1f));
+  EXPECT_EQ(float_Mul(bits(0x1.000002p0f), bits(0x1.000002p0f)), bits(0x1.000004p0f));
+  float_Init();
+  EXPECT_EQ(float_Sub(one, tiny), one);
+}
+
 TEST_F(NumericTest, ScaleKeepsItsOddity) {
   EXPECT_EQ(float_Scale(bits(3.0f), bits(1.5f)), bits(3.0f)) << "the float form returns its first argument";
   double a = 3.0, b = 1.5;

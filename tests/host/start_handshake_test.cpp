@@ -34,13 +34,17 @@ class StartHandshakeTest : public ::testing::Test {
   // gives what the request returned.
   template <typename Request>
   uint32_t handOver(Request request, StartHandshake& handshake, CMainFrame& frame) {
-    std::future<uint32_t> module = std::async(std::launch::async, request);
-    EXPECT_TRUE(handshake.WaitForRequest(windows));
+    std::packaged_task<uint32_t()> task(request);
+    std::future<uint32_t> module = task.get_future();
+    os::Thread* thread = os::startThread([](void* body) { (*static_cast<std::packaged_task<uint32_t()>*>(body))(); }, &task);
+    EXPECT_TRUE(handshake.WaitForRequest(windows, thread));
     EXPECT_FALSE(windows.waitTimedOut);
     EXPECT_EQ(module.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout)
         << "the module thread waits for the window";
     EXPECT_EQ(handshake.StandUp(frame, windows), 0);
     EXPECT_EQ(module.wait_for(std::chrono::milliseconds(kTimeoutMilliseconds)), std::future_status::ready);
+    os::waitThread(thread, os::kWaitForever);
+    os::closeThread(thread);
     return module.get();
   }
 
@@ -177,22 +181,23 @@ TEST_F(StartHandshakeTest, AFailedClassRegistrationAsksTheUser) {
 
 TEST_F(StartHandshakeTest, TheModulesEndWakesTheMainThreadWithoutAWindow) {
   StartHandshake handshake;
-  std::thread module([&] { handshake.ModuleEnded(); });
-  EXPECT_FALSE(handshake.WaitForRequest(windows));
+  // A thread that ends in any way, with no word to the handshake.
+  os::Thread* module = os::startThread([](void*) {}, nullptr);
+  EXPECT_FALSE(handshake.WaitForRequest(windows, module));
   EXPECT_FALSE(windows.waitTimedOut);
-  module.join();
+  os::closeThread(module);
   EXPECT_TRUE(windows.frames.empty());
 }
 
 TEST_F(StartHandshakeTest, AModuleThreadWithoutAModuleEndsWithOneAndWakesTheMainThread) {
   CZPKModule unloaded;
   StartHandshake handshake;
-  CZPKThread direct(&unloaded, nullptr);
+  CZPKThread direct(&unloaded);
   EXPECT_EQ(direct.Run(), 1u) << "no StartingProc: the box, and the end";
 
-  CZPKThread thread(&unloaded, &handshake);
+  CZPKThread thread(&unloaded);
   ASSERT_TRUE(thread.Start());
-  EXPECT_FALSE(handshake.WaitForRequest(windows));
+  EXPECT_FALSE(handshake.WaitForRequest(windows, thread.Handle()));
   EXPECT_FALSE(windows.waitTimedOut);
   EXPECT_FALSE(thread.IsRunningAfter(kTimeoutMilliseconds));
 }
