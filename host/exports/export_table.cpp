@@ -9,6 +9,7 @@
 #include "host/exports/file.h"
 #include "host/exports/graphic.h"
 #include "host/exports/main_window.h"
+#include "host/exports/midi.h"
 #include "host/exports/module.h"
 #include "host/exports/numeric.h"
 #include "host/exports/services.h"
@@ -223,6 +224,17 @@ const ExportEntry kRows[] = {
     // 3D
     // Wave mixer and sounds
     // MIDI music
+    RUNA1_EXPORT_ROW(MIDI_OpenMidi, 4),
+    RUNA1_EXPORT_ROW(MIDI_ReadMidi, 8),
+    RUNA1_EXPORT_ROW(MIDI_Delete, 4),
+    RUNA1_EXPORT_ROW(MIDI_PlayMidi, 8),
+    RUNA1_EXPORT_ROW(MIDI_PauseMidi, 4),
+    RUNA1_EXPORT_ROW(MIDI_RestartMidi, 4),
+    RUNA1_EXPORT_ROW(MIDI_StopMidi, 4),
+    RUNA1_EXPORT_ROW(MIDI_SetVolume, 8),
+    RUNA1_EXPORT_ROW(MIDI_OutShortMsg, 8),
+    RUNA1_EXPORT_ROW(MIDI_OutLongMsg, 12),
+    RUNA1_EXPORT_ROW(MIDI_IsPlaying, 4),
     // Timers
     // Movie
     // Menu screens
