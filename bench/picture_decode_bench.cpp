@@ -18,7 +18,7 @@
 #include "bench/jpeg_peer.h"
 #include "bench/ratio_reporter.h"
 #include "graphics/core/molaq.h"
-#include "graphics/molaq_image.h"
+#include "graphics/molaq_image_encoder.h"
 
 namespace {
 

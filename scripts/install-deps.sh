@@ -9,7 +9,7 @@ native_pkgs=(cmake make ninja-build g++ clang libclang-rt-14-dev googletest libb
              libpng-dev libjpeg62-turbo-dev
              g++-mingw-w64-i686-posix gcc-mingw-w64-i686-posix binutils-mingw-w64-i686
              xvfb xauth x11-utils xdotool x11-apps netpbm
-             libfreetype-dev fonts-ipafont-gothic libsdl2-dev
+             libfreetype-dev libfontconfig-dev fonts-ipafont-gothic libsdl2-dev
              sox pulseaudio pulseaudio-utils timgm6mb-soundfont fluidsynth python3-mido espeak-ng)
 # Wine with its 32-bit half, which needs the i386 architecture.
 wine_pkgs=(wine wine32:i386)

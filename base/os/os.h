@@ -159,6 +159,13 @@ void waitEvent(EventHandle event);
 bool waitEvent(EventHandle event, uint32_t milliseconds);
 void closeEvent(EventHandle event);
 
+// ---- Time ----------------------------------------------------------------------------------
+// A millisecond counter that wraps at 32 bits: timeGetTime on Win32, the monotonic clock
+// reduced to 32 bits natively.
+uint32_t milliseconds();
+// Gives up the processor for about `milliseconds` (Sleep).
+void sleep(uint32_t milliseconds);
+
 // ---- Processor -----------------------------------------------------------------------------
 // An x87 unit answers fninit and fnstsw.
 bool fpuPresent();

@@ -20,6 +20,7 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "base/os/os.h"
@@ -294,6 +295,13 @@ bool waitEvent(EventHandle handle, uint32_t milliseconds) {
 }
 
 void closeEvent(EventHandle handle) { delete static_cast<Event*>(handle); }
+
+uint32_t milliseconds() {
+  auto since = std::chrono::steady_clock::now().time_since_epoch();
+  return static_cast<uint32_t>(std::chrono::duration_cast<std::chrono::milliseconds>(since).count());
+}
+
+void sleep(uint32_t milliseconds) { std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds)); }
 
 namespace {
 std::atomic<RaiseHook> raiseHook{nullptr};

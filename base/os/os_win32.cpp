@@ -8,6 +8,7 @@
 #include "base/os/win32_text.h"
 
 #include <commctrl.h>
+#include <mmsystem.h>
 
 namespace os {
 
@@ -190,6 +191,10 @@ bool waitEvent(EventHandle event, uint32_t milliseconds) {
   return WaitForSingleObject(event, milliseconds) == WAIT_OBJECT_0;
 }
 void closeEvent(EventHandle event) { CloseHandle(event); }
+
+uint32_t milliseconds() { return timeGetTime(); }
+
+void sleep(uint32_t milliseconds) { Sleep(milliseconds); }
 
 void raiseException(uint32_t code) { RaiseException(code, 0, 0, nullptr); }
 

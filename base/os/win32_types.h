@@ -135,8 +135,10 @@ struct LOGPALETTE {
 // GDI handles are opaque: the native paint device gives them its own meaning.
 struct HDC__;
 struct HPALETTE__;
+struct HFONT__;
 using HDC = HDC__*;
 using HPALETTE = HPALETTE__*;
+using HFONT = HFONT__*;
 
 #define BI_RGB 0
 #define PC_NOCOLLAPSE 0x04

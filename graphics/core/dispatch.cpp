@@ -4,18 +4,11 @@
 
 namespace {
 
+// The slots of the encoders stay empty here: the encoder library fills them when it is linked
+// in (mqInstallEncoders), which the tools do and the host does not.
 constexpr MOLAQInterface makePristine() {
   MOLAQInterface record{};
   record.coderCount = 12;
-  record.mqAnalyzePhrases = mqAnalyzePhrases;
-  record.mqOptimizePhrases = mqOptimizePhrases;
-  record.mqLimitPhrases = mqLimitPhrases;
-  record.mqFreePhraseTable = mqFreePhraseTable;
-  record.mqInitEncoder = mqInitEncoder;
-  record.mqPutBits = mqPutBits;
-  record.mqPutSymbol = mqPutSymbol;
-  record.mqFlushEncoder = mqFlushEncoder;
-  record.mqEncodeStream = mqEncodeStream;
   record.mqOpenDecoder = mqOpenDecoder;
   record.mqCloseDecoder = mqCloseDecoder;
   record.mqDecode = mqDecodeFloat;
@@ -30,8 +23,6 @@ constexpr MOLAQInterface makePristine() {
   record.mqForwardDCT = mqForwardDCT;
   record.mqInverseSoundFrame = mqInverseSoundFrame;
   record.mqInverseDCT = mqInverseDCT;
-  record.mqCompressSound = mqCompressSound;
-  record.mqFreeCompressed = mqFreeCompressed;
   record.mqDecompressSound = mqDecompressSound;
   record.imageCount = 15;
   record.mqMakeBitmapHeader = mqMakeBitmapHeader;
@@ -42,8 +33,6 @@ constexpr MOLAQInterface makePristine() {
   record.mqRGBToYCC = mqRGBToYCC;
   record.plainInverseBlock = mqInverseBlockPlain;
   record.mqInverseBlock = mqInverseBlockPlain;
-  record.mqCompressImage = mqCompressImage;
-  record.mqFreeImage = mqFreeImage;
   record.mqDecompressImage = mqDecompressImagePlain;
   record.mqYCCToIndexed = mqYCCToIndexedPlain;
   record.mqYCCToRGB = mqYCCToRGBPlain;
@@ -52,8 +41,6 @@ constexpr MOLAQInterface makePristine() {
   record.movieCount = 5;
   record.mqForwardCube = mqForwardCube;
   record.mqInverseCube = mqInverseCubePlain;
-  record.mqCompressFrames = mqCompressFrames;
-  record.mqFreeFrames = mqFreeFrames;
   record.mqDecompressFrames = mqDecompressFramesPlain;
   record.drawingCount = 6;
   record.mqMakeToneTable = mqMakeToneTable;
@@ -66,9 +53,9 @@ constexpr MOLAQInterface makePristine() {
   return record;
 }
 
-constexpr MOLAQInterface kPristine = makePristine();
+constinit MOLAQInterface pristineRecord = makePristine();
 
-MOLAQInterface liveRecord = kPristine;
+constinit MOLAQInterface liveRecord = makePristine();
 
 // The two decoders of the entropy coder: the floating-point one in service and the integer
 // one that the selection below never reaches.
@@ -85,19 +72,24 @@ const uint32_t coreStarted = mqStartCore(kMOLAQVersion);
 
 }  // namespace
 
-const MOLAQInterface& mqPristineInterface() { return kPristine; }
+const MOLAQInterface& mqPristineInterface() { return pristineRecord; }
+
+void mqInstallEncoders(void (*fill)(MOLAQInterface* record)) {
+  fill(&pristineRecord);
+  fill(&liveRecord);
+}
 
 MOLAQInterface* mqGetInterface() { return &liveRecord; }
 
 uint32_t mqSelectInterface(MOLAQInterface* record, uint32_t flags, uint32_t reserved) {
   if (reserved != 0) return 1;
-  *record = kPristine;
+  *record = pristineRecord;
   uint32_t features = flags;
   if (mqProcessorHasVectorUnit()) features |= kMOLAQForceVector;
   // What the high word adds and the low word does not take away, in 16 bits.
   uint16_t active = static_cast<uint16_t>((features >> 16) & ~(features & 0xffff));
   // The integer decoder is asked for by a bit that a 16-bit word cannot hold: this test never
-  // succeeds, and the floating-point decoder always serves. It stays as it is.
+  // succeeds, so the floating-point decoder serves whatever the flags say.
   record->mqDecode = (active & kMOLAQIntegerDecode) ? kDecodeInteger : kDecodeFloatingPoint;
   bool vector = (active & kMOLAQNoVector) != 0;
   choose(record->mqYCCToIndexed, vector, mqYCCToIndexedPlain, mqYCCToIndexedSSE2);

@@ -55,6 +55,16 @@ enum : uint32_t {
   kFramesBadStream = 2,  // the coded stream cannot be opened
 };
 
+// Whether every field of the header that coded frames depend on is in range.
+bool mqFramesHeaderInRange(const FramesHeader& header);
+
+// The quantiser tables of the two curves of a header.
+struct CubeQuantisers {
+  uint32_t space[32];
+  uint32_t time[kCubeFrames];
+  explicit CubeQuantisers(const FramesHeader& header);
+};
+
 // Forward transform of the N by N by 8 samples at `src` (sample (x, y, t) at
 // src[t * framePitch + y * pitch + x]) into coefficients in natural order, (u, v, w) at
 // dst[(w * N + v) * N + u], scaled by 2^(21 - q[u] - q[v] - qt[w]) so that mqInverseCube with

@@ -1,4 +1,4 @@
-// Block transforms, the decompressor and the compressor of 24-bit pictures.
+// Block transforms and the decompressor of 24-bit pictures.
 #include "graphics/core/image_codec.h"
 
 #include <algorithm>
@@ -72,6 +72,15 @@ void mqMakeQuantTable(uint32_t* q, int32_t blockSize, int32_t a, int32_t b, int3
   }
 }
 
+bool mqChromaLayout(uint32_t format, ChromaLayout* layout) {
+  switch (format) {
+    case kChroma444: *layout = {4, 0, 0}; return true;
+    case kChroma422: *layout = {2, 0, 1}; return true;
+    case kChroma420: *layout = {1, 1, 1}; return true;
+    default: return false;
+  }
+}
+
 void mqInverseLine(double* dst, int32_t dstStride, const double* src, int32_t srcStride,
                    int32_t count, int32_t logSize) {
   const double* m = basis().line[logSize].data();
@@ -139,27 +148,6 @@ void mqRGBToYCC(float* first, float* second, float* third, uint32_t count) {
 
 namespace {
 
-// The decoder rounds down twice: the inverse transform's shift by 14 loses half a unit of Y, Cb
-// and Cr on average, the colour conversion's shift by 8 half a unit of each channel. One unit
-// more of Y and half a unit more of Cb and Cr bring the mean error of every channel back to 0.
-constexpr float kLumaLift = 1.0f;
-constexpr float kChromaLift = 0.5f;
-
-// Where each chroma block of a macroblock stands: its extra doublings and count per plane.
-struct ChromaLayout {
-  int32_t blocks;
-  int32_t doubleX, doubleY;
-};
-
-bool chromaLayout(uint32_t format, ChromaLayout* layout) {
-  switch (format) {
-    case kChroma444: *layout = {4, 0, 0}; return true;
-    case kChroma422: *layout = {2, 0, 1}; return true;
-    case kChroma420: *layout = {1, 1, 1}; return true;
-    default: return false;
-  }
-}
-
 // The kernels a decompressor variant runs: its own, not those of the interface record.
 struct DecompressKernels {
   InverseBlockKernel inverse;
@@ -173,7 +161,7 @@ uint32_t decompressImage(const DecompressKernels& kernels, const ImageHeader* he
   ChromaLayout chroma;
   if (header->version != kImageVersion || header->coder != kImageCoder || scale < 0 ||
       scale > 3 || (bits != 8 && bits != 24) || header->blockSize < 3 || header->blockSize > 5 ||
-      !chromaLayout(header->chromaFormat, &chroma)) {
+      !mqChromaLayout(header->chromaFormat, &chroma)) {
     return kDecompressUnsupported;
   }
   if (header->width == 0 || header->height == 0) return kDecompressEmpty;
@@ -282,75 +270,3 @@ uint32_t mqDecompressImageSSE2(const ImageHeader* header, uint8_t* dst, int32_t 
   return decompressImage(kVector, header, dst, bits, pitch, data, scale, grey, tableLimit,
                          tableMemory, dataSize);
 }
-
-uint8_t* mqCompressImage(const ImageHeader* header, const uint8_t* pixels, int32_t pitch,
-                         uint32_t* byteCount, uint32_t shortRun, uint32_t phraseLimit,
-                         uint32_t threshold) {
-  ChromaLayout chroma;
-  if (header->blockSize < 3 || header->blockSize > 5 || header->width == 0 ||
-      header->height == 0 || !chromaLayout(header->chromaFormat, &chroma)) {
-    return nullptr;
-  }
-  const int32_t b = static_cast<int32_t>(header->blockSize);
-  const int32_t n = 1 << b, macro = 2 * n;
-  const int32_t width = static_cast<int32_t>(header->width), height = static_cast<int32_t>(header->height);
-  uint32_t q[32];
-  mqMakeQuantTable(q, b, header->curveA, header->curveB, header->curveC);
-  const uint16_t* scan = mqScanOrder(n);
-  std::vector<float> planes(macro * macro * 3), reduced(macro * macro);
-  // Loaded as red, green, blue; the conversion turns them into Y, Cb, Cr in place.
-  float* planeY = planes.data();
-  float* planeCb = planeY + macro * macro;
-  float* planeCr = planeCb + macro * macro;
-  std::vector<int32_t> coefficients;
-  const int32_t macroColumns = (width + macro - 1) / macro, macroRows = (height + macro - 1) / macro;
-  coefficients.reserve(static_cast<size_t>(macroColumns) * macroRows * (4 + 2 * chroma.blocks) * n * n);
-  int32_t block[32 * 32];
-
-  auto emit = [&](const float* src, int32_t rowLength) {
-    mqForwardBlock(block, src, rowLength, q, b);
-    for (int32_t p = 0; p < n * n; ++p) {
-      int32_t c = block[scan[p]];
-      coefficients.push_back(p > 0 && std::abs(c) <= static_cast<int32_t>(threshold) ? 0 : c);
-    }
-  };
-  for (int32_t my = 0; my < macroRows; ++my) {
-    for (int32_t mx = 0; mx < macroColumns; ++mx) {
-      mqLoadMacroblock(planeY, planeCb, planeCr, pixels, pitch, width, height, mx * macro,
-                       my * macro, macro);
-      mqRGBToYCC(planeY, planeCb, planeCr, static_cast<uint32_t>(macro * macro));
-      for (int32_t i = 0; i < macro * macro; ++i) {
-        planeY[i] += kLumaLift;
-        planeCb[i] += kChromaLift;
-        planeCr[i] += kChromaLift;
-      }
-      for (int32_t i = 0; i < 4; ++i) emit(planeY + (i / 2) * n * macro + (i % 2) * n, macro);
-      for (const float* plane : {static_cast<const float*>(planeCb), static_cast<const float*>(planeCr)}) {
-        // Halve the plane as the format asks; the result has rows of `macro >> doubleX`.
-        int32_t rowLength = macro >> chroma.doubleX, rows = macro >> chroma.doubleY;
-        for (int32_t r = 0; r < rows; ++r) {
-          for (int32_t c = 0; c < rowLength; ++c) {
-            float sum = 0;
-            for (int32_t dy = 0; dy <= chroma.doubleY; ++dy) {
-              for (int32_t dx = 0; dx <= chroma.doubleX; ++dx) {
-                sum += plane[((r << chroma.doubleY) + dy) * macro + (c << chroma.doubleX) + dx];
-              }
-            }
-            reduced[r * rowLength + c] = sum / ((1 + chroma.doubleX) * (1 + chroma.doubleY));
-          }
-        }
-        for (int32_t i = 0; i < chroma.blocks; ++i) {
-          emit(reduced.data() + (i / 2) * n * rowLength + (i % 2) * n, rowLength);
-        }
-      }
-    }
-  }
-  std::vector<uint8_t> stream = mqEncodeSymbols(coefficients.data(), static_cast<uint32_t>(coefficients.size()),
-                                                kMQUnit32 | kMQSigned, shortRun, phraseLimit);
-  auto* out = static_cast<uint8_t*>(std::malloc(stream.size()));
-  std::memcpy(out, stream.data(), stream.size());
-  *byteCount = static_cast<uint32_t>(stream.size());
-  return out;
-}
-
-void mqFreeImage(uint8_t* data) { std::free(data); }

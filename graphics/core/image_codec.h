@@ -1,5 +1,5 @@
-// The picture coder: header of a stored picture, block transforms, the decompressor and the
-// compressor of 24-bit pictures.
+// The picture coder: header of a stored picture, block transforms, the decompressor
+// (image_codec.cpp) and the compressor (image_encoder.cpp, in the tools only) of 24-bit pictures.
 #pragma once
 
 #include <cstddef>
@@ -31,6 +31,15 @@ struct ImageHeader {
 static_assert(sizeof(ImageHeader) == 52);
 
 enum : uint32_t { kDecompressDone = 0, kDecompressUnsupported = 3, kDecompressEmpty = 4 };
+
+// Where the chroma blocks of a macroblock stand: their count per plane and the doublings of
+// each block's samples across and down.
+struct ChromaLayout {
+  int32_t blocks;
+  int32_t doubleX, doubleY;
+};
+// The layout of a chroma format; false for a format that is none of the three.
+bool mqChromaLayout(uint32_t format, ChromaLayout* layout);
 
 void mqMakeBitmapHeader(BITMAPINFOHEADER* out, const ImageHeader* header, int32_t scale);
 // Fits the curve through quantiser shifts p0 at index 0, p1 at (n - 1) / 2 and p2 at n - 1 of

@@ -134,6 +134,9 @@ uint32_t mqStartCore(uint32_t version);
 MOLAQInterface* mqGetInterface();
 // The pristine image: every slot with its plain variant.
 const MOLAQInterface& mqPristineInterface();
+// Lets `fill` set the encoders' slots of the pristine image and the live record. The encoder
+// library calls it before main when it is linked in; without it those slots are null.
+void mqInstallEncoders(void (*fill)(MOLAQInterface* record));
 // Whether the processor runs the vector variants (SSE2).
 bool mqProcessorHasVectorUnit();
 

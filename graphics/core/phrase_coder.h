@@ -1,5 +1,7 @@
 // The entropy coder of the picture format: a dictionary of phrases (a run of values repeated a
-// number of times) whose indices are arithmetic-coded with fixed frequencies.
+// number of times) whose indices are arithmetic-coded with fixed frequencies. The analysis
+// (phrase_analysis.cpp) and the writer (phrase_encoder.cpp) belong to the encoders, which only
+// the tools link (runa1_encoders); the decoder (phrase_decoder.cpp) to the engine.
 #pragma once
 
 #include <cstddef>
@@ -14,7 +16,7 @@ enum : uint32_t { kMQUnit8 = 3, kMQUnit16 = 4, kMQUnit32 = 5, kMQSigned = 0x80 }
 constexpr uint32_t kMQTableLimit = 0xC000;
 constexpr uint32_t kMQNoTableLimit = 0xFFFFFFFF;
 
-// ---- Encoder ---------------------------------------------------------------------------------
+// ---- Analysis --------------------------------------------------------------------------------
 struct MQPhrase {
   std::vector<int32_t> values;
   uint32_t repeat = 1;
@@ -43,6 +45,12 @@ uint64_t mqOptimizePhrases(MQPhraseTable* table);
 // until at most `limit` phrases remain or nothing of that kind is left.
 void mqLimitPhrases(MQPhraseTable* table, uint32_t limit);
 void mqFreePhraseTable(MQPhraseTable* table);
+// What a phrase takes in the dictionary, which the analysis counts and the writer writes: the
+// bits of every value of the table, and the bytes of a repeat count.
+uint32_t mqPhraseValueWidth(const MQPhraseTable& table);
+uint32_t mqPhraseRepeatBytes(uint32_t repeat);
+
+// ---- Encoder ---------------------------------------------------------------------------------
 
 // The bit writer and arithmetic encoder behind a coded stream.
 struct MQEncoder {

@@ -1,4 +1,4 @@
-// The sound transform coder: curves, frame transforms, the compressor and the decompressor.
+// The sound transform coder: curves, frame transforms and the decompressor.
 #include "graphics/core/sound_coder.h"
 
 #include <algorithm>
@@ -9,12 +9,8 @@
 
 #include "graphics/core/coded_record.h"
 #include "graphics/core/dct.h"
-#include "graphics/core/phrase_coder.h"
 
 namespace {
-
-constexpr uint32_t kShortRun = 15;
-constexpr uint32_t kPhraseLimit = 4096;
 
 // The exponent a k^2 + b k + c through (0, p0), (m / 2, p1), (m, p2) with m = 2^n - 1.
 template <typename Each>
@@ -25,7 +21,9 @@ void forEachCurvePoint(int32_t logFrame, const int32_t curve[3], Each each) {
   for (int32_t k = 0; k < (1 << logFrame); ++k) each(k, (a * k + b) * k + y0);
 }
 
-bool headerInRange(const SoundHeader& h) {
+}  // namespace
+
+bool mqSoundHeaderInRange(const SoundHeader& h) {
   auto curveInRange = [](int32_t point) {
     return point >= kSoundMinCurve && point <= kSoundMaxCurve;
   };
@@ -35,19 +33,12 @@ bool headerInRange(const SoundHeader& h) {
          std::all_of(h.curve, h.curve + 3, curveInRange);
 }
 
-// Room for a frame record of any size, in 8-byte words so that its doubles are aligned.
-struct FrameMemory {
-  std::vector<uint64_t> words = std::vector<uint64_t>((32 + (20 << kSoundMaxLogFrame)) / 8);
-  SoundFrame* frame;
-  explicit FrameMemory(int32_t logFrame) : frame(mqInitSoundFrame(words.data(), logFrame)) {}
-};
-
-}  // namespace
-
 uint32_t mqGetSoundFrameSize(int32_t logFrame) {
   if (logFrame < kSoundMinLogFrame || logFrame > kSoundMaxLogFrame) return 0;
   return 32 + (20u << logFrame);
 }
+
+SoundFrameMemory::SoundFrameMemory(int32_t logFrame) : frame(mqInitSoundFrame(words.data(), logFrame)) {}
 
 SoundFrame* mqInitSoundFrame(void* memory, int32_t logFrame) {
   auto* frame = static_cast<SoundFrame*>(memory);
@@ -143,51 +134,8 @@ void mqInverseSoundFrame(SoundFrame* frame, int16_t* samples, int32_t stride, ui
   }
 }
 
-uint8_t* mqCompressSound(const SoundHeader* header, const void* samples, uint32_t peakBits,
-                         uint32_t* byteCount) {
-  if (!headerInRange(*header) || peakBits > 24) return nullptr;
-  const int32_t logFrame = static_cast<int32_t>(header->logFrame), n = 1 << logFrame;
-  const uint32_t channels = header->channels;
-  std::vector<double> inverseSteps(n);
-  mqMakeInverseSoundCurve(inverseSteps.data(), logFrame, header->curve);
-  FrameMemory memory(logFrame);
-  SoundFrame* frame = memory.frame;
-
-  std::vector<int16_t> block(static_cast<size_t>(n) * channels);
-  std::vector<int32_t> biased(block.size());
-  std::vector<int32_t> symbols;
-  const uint32_t blocks = header->frameCount / n + (header->frameCount % n != 0);
-  symbols.reserve(static_cast<size_t>(blocks) * channels * (n + 1));
-  for (uint32_t b = 0; b < blocks; ++b) {
-    const uint32_t count = std::min<uint32_t>(n, header->frameCount - b * n);
-    const size_t first = static_cast<size_t>(b) * n * channels,
-                 values = static_cast<size_t>(count) * channels;
-    if (header->sourceBits == 16) {
-      std::memcpy(block.data(), static_cast<const int16_t*>(samples) + first, values * 2);
-    } else {
-      mqBiasSamples(biased.data(), static_cast<const uint8_t*>(samples) + first,
-                    static_cast<uint32_t>(values));
-      for (size_t i = 0; i < values; ++i) block[i] = static_cast<int16_t>(biased[i] * 256);
-    }
-    for (uint32_t channel = 0; channel < channels; ++channel) {
-      mqTransformSoundFrame(frame, block.data() + channel, static_cast<int32_t>(channels), count,
-                            inverseSteps.data(), peakBits);
-      symbols.push_back(frame->shift);
-      symbols.insert(symbols.end(), frame->coefficients(), frame->coefficients() + n);
-    }
-  }
-  std::vector<uint8_t> stream;
-  if (!symbols.empty()) {
-    stream = mqEncodeSymbols(symbols.data(), static_cast<uint32_t>(symbols.size()),
-                             kMQUnit32 | kMQSigned, kShortRun, kPhraseLimit);
-  }
-  return mqPackCodedRecord(*header, kSoundVersion, stream, byteCount);
-}
-
-void mqFreeCompressed(uint8_t* data) { std::free(data); }
-
 uint32_t mqReadSoundHeader(const void* data, size_t size, SoundHeader* header) {
-  bool valid = mqUnpackCodedRecord(data, size, kSoundVersion, header) && headerInRange(*header);
+  bool valid = mqUnpackCodedRecord(data, size, kSoundVersion, header) && mqSoundHeaderInRange(*header);
   return valid ? kSoundDone : kSoundBadHeader;
 }
 
@@ -207,7 +155,7 @@ uint32_t mqDecompressSound(const void* data, size_t size, int16_t* dst, size_t c
   MQDecoderHandle decoder = mqOpenCodedRecord(data, header, &state);
   if (!decoder) return kSoundBadStream;
 
-  FrameMemory memory(logFrame);
+  SoundFrameMemory memory(logFrame);
   SoundFrame* frame = memory.frame;
   std::vector<int32_t> symbols(n + 1);
   const uint32_t blocks = header.frameCount / n + (header.frameCount % n != 0);

@@ -27,6 +27,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 #include "base/os/win32_types.h"
 
@@ -75,6 +76,15 @@ static_assert(sizeof(SoundFrame) == 32);
 struct SoundEqualizerBand {
   uint32_t frequency;
   float gain;
+};
+
+// Whether every field of the header that a coded sound depends on is in range.
+bool mqSoundHeaderInRange(const SoundHeader& header);
+// Room for a frame record of any size, in 8-byte words so that its doubles are aligned.
+struct SoundFrameMemory {
+  std::vector<uint64_t> words = std::vector<uint64_t>((32 + (20 << kSoundMaxLogFrame)) / 8);
+  SoundFrame* frame;
+  explicit SoundFrameMemory(int32_t logFrame);
 };
 
 // 32 + (20 << n) for n from 5 to 10; 0 otherwise.

@@ -34,8 +34,6 @@ KArcFileExp* discard(KArcFileExp* archive) {
 
 }  // namespace
 
-void RUNA1_API VRFFile_SetDefaultVRFID(const uint8_t* id) { setDefaultVRFId(id); }
-
 // Opens the raw file, asking the user to retry while `quiet` is 0. An automatic answer retries
 // once, so that a run without a person cannot loop.
 KArcFileExp* RUNA1_API KORALArchive_Open(const char* path, uint32_t quiet) {

@@ -1,4 +1,4 @@
-// Record file and archive exports. The archive exports read only: none of them writes.
+// KORALArchive_* exports: archives for the module. They read only: none of them writes.
 #pragma once
 
 #include <cstdint>
@@ -6,8 +6,6 @@
 #include "files/koral_archive.h"
 
 extern "C" {
-void RUNA1_API VRFFile_SetDefaultVRFID(const uint8_t* id);
-
 KArcFileExp* RUNA1_API KORALArchive_Open(const char* path, uint32_t quiet);
 void RUNA1_API KORALArchive_Close(KArcFileExp* archive);
 uint32_t RUNA1_API KORALArchive_DescendDirectory(KArcFileExp* archive, const char* name);

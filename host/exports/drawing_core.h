@@ -1,16 +1,11 @@
-// The drawing core's exports: the choice of kernel variants and the picture reader.
+// MOLAQ_* export of the drawing core: the choice of kernel variants.
 #pragma once
 
 #include <cstdint>
 
 #include "base/os/win32_types.h"
 
-class MOLAQImage;
-
 extern "C" {
 // Chooses the kernel variants anew from the processor's features and `flags`; gives 0.
 uint32_t RUNA1_API MOLAQ_SetDefInterface(uint32_t flags);
-// Reads a picture file (or a BMP) into a new image; `scale` 1 to 3 blows a 24-bit picture up by
-// 2, 4 or 8. Null if neither format can be read.
-MOLAQImage* RUNA1_API MOLAQImage_ReadImageFile(const char* path, int32_t scale);
 }

@@ -7,15 +7,23 @@
 #include "host/exports/archive.h"
 #include "host/exports/drawing_core.h"
 #include "host/exports/file.h"
+#include "host/exports/font.h"
 #include "host/exports/graphic.h"
+#include "host/exports/k3d.h"
 #include "host/exports/main_window.h"
 #include "host/exports/midi.h"
 #include "host/exports/module.h"
+#include "host/exports/molaq_image.h"
 #include "host/exports/numeric.h"
+#include "host/exports/record_file.h"
+#include "host/exports/screens.h"
 #include "host/exports/services.h"
+#include "host/exports/string_stream.h"
 #include "host/exports/system.h"
-#include "host/exports/text.h"
+#include "host/exports/text_resource.h"
+#include "host/exports/timer.h"
 #include "host/exports/view.h"
+#include "host/exports/zbuffer.h"
 
 namespace {
 
@@ -221,7 +229,24 @@ const ExportEntry kRows[] = {
     RUNA1_EXPORT_ROW(MOLAQ_SetDefInterface, 4),
     RUNA1_EXPORT_ROW(MOLAQImage_ReadImageFile, 8),
     // Font images
+    RUNA1_EXPORT_ROW(FontGrph_Create, 8),
+    RUNA1_EXPORT_ROW_NAMED("_FontGrph_Delete@4", graphic_DeleteBitmap, 4),
+    RUNA1_EXPORT_ROW(FontGrph_SelectFont, 12),
+    RUNA1_EXPORT_ROW(FontGrph_DrawText, 8),
+    RUNA1_EXPORT_ROW(FontGrph_LocateText, 12),
+    RUNA1_EXPORT_ROW(FontGrph_GetTextLocation, 8),
+    RUNA1_EXPORT_ROW(FontGrph_SetTextClip, 20),
+    RUNA1_EXPORT_ROW(FontGrph_SetProbitChars, 8),
     // 3D
+    RUNA1_EXPORT_ROW(k3dRevolveXAxis, 16),
+    RUNA1_EXPORT_ROW(k3dRevolveYAxis, 16),
+    RUNA1_EXPORT_ROW(k3dRevolveZAxis, 16),
+    RUNA1_EXPORT_ROW(k3dGetRevolutionYXAxis, 12),
+    RUNA1_EXPORT_ROW(k3dClipZBelow, 16),
+    RUNA1_EXPORT_ROW(k3dProject2DScreen, 20),
+    RUNA1_EXPORT_ROW(k3dClipDispRect, 16),
+    RUNA1_EXPORT_ROW(k3dNormalizeForDrawPolygon, 24),
+    RUNA1_EXPORT_ROW(k3dDrawTexturePlygon, 36),
     // Wave mixer and sounds
     // MIDI music
     RUNA1_EXPORT_ROW(MIDI_OpenMidi, 4),
@@ -236,8 +261,18 @@ const ExportEntry kRows[] = {
     RUNA1_EXPORT_ROW(MIDI_OutLongMsg, 12),
     RUNA1_EXPORT_ROW(MIDI_IsPlaying, 4),
     // Timers
+    RUNA1_EXPORT_ROW(Timer_Create, 12),
+    RUNA1_EXPORT_ROW(Timer_Delete, 4),
+    RUNA1_EXPORT_ROW(Timer_ResetCounter, 16),
+    RUNA1_EXPORT_ROW(Timer_StartTimer, 4),
+    RUNA1_EXPORT_ROW(Timer_PauseTimer, 4),
+    RUNA1_EXPORT_ROW(Timer_SetCounter, 12),
+    RUNA1_EXPORT_ROW(Timer_GetCounter, 8),
+    RUNA1_EXPORT_ROW(Timer_Sleep, 4),
     // Movie
     // Menu screens
+    RUNA1_EXPORT_ROW(Nodali_SaveContextMenu, 8),
+    RUNA1_EXPORT_ROW(Nodali_LoadContextMenu, 8),
 };
 
 constexpr size_t kCount = sizeof(kRows) / sizeof(kRows[0]);

@@ -30,7 +30,7 @@ ModulePlatform& systemModulePlatform() {
   return platform;
 }
 
-// The reason of a failed load is lost with the object, as callers of this export expect.
+// A failed load gives null; its reason goes with the deleted object.
 CZPKModule* RUNA1_API ZPK_LoadZPKModuleFile(const char* path) {
   CZPKModule* module = new CZPKModule;
   if (module->Load(path) != CZPKModule::kLoaded) {

@@ -345,8 +345,68 @@ RUNA1_IMPORT(uint32_t) MOLAQ_SetDefInterface(uint32_t flags);
 RUNA1_IMPORT(GRAPHIC) MOLAQImage_ReadImageFile(const char* path, int32_t scale);
 
 /* ---- Font images -------------------------------------------------------------------------- */
+/* A font image is an image (GRAPHIC) whose pixels are a 1-bit mask, palette black and white:
+ * Shift-JIS text is drawn into it white on black and laid out in a clip rectangle (inclusive),
+ * from the pen on: breaks where the text fits, at line feeds, before a Latin word (or behind
+ * its third letter from the break, with a hyphen), and never before a prohibited character,
+ * which takes the two bytes before it to the next line. Blit the mask onto a picture with
+ * graphic_DrawBitmapToBitmap. A font whose face the system lacks is drawn with an installed
+ * Japanese face of the same height and weight. FontGrph_DrawText gives -1 when all the text
+ * fitted, else the bytes drawn before the pen ran below the clip (go on from there on a new
+ * page), and 1 on failure. Drawing adds to the mask; FontGrph_Create makes a clean one. */
+RUNA1_IMPORT(GRAPHIC) FontGrph_Create(int32_t width, int32_t height);
+RUNA1_IMPORT(uint32_t) FontGrph_Delete(GRAPHIC image);
+/* Line height 0 takes the font's; the result is the former font. */
+RUNA1_IMPORT(HFONT) FontGrph_SelectFont(GRAPHIC image, HFONT font, int32_t lineHeight);
+RUNA1_IMPORT(int32_t) FontGrph_DrawText(GRAPHIC image, const char* text);
+RUNA1_IMPORT(uint32_t) FontGrph_LocateText(GRAPHIC image, int32_t x, int32_t y);
+RUNA1_IMPORT(uint32_t) FontGrph_GetTextLocation(GRAPHIC image, POINT* location);
+RUNA1_IMPORT(uint32_t) FontGrph_SetTextClip(GRAPHIC image, int32_t left, int32_t top, int32_t right,
+                                            int32_t bottom);
+/* The characters that may not begin a line, replacing the former ones. */
+RUNA1_IMPORT(uint32_t) FontGrph_SetProbitChars(GRAPHIC image, const char* text);
 
 /* ---- 3D ----------------------------------------------------------------------------------- */
+/* A view space has the eye at the origin and looks along +z; screen y grows downward. There are
+ * no matrices: a view is a rotation about Y followed by one about X. Rotations may work in
+ * place. Rectangles are left, top, right, bottom, inclusive; centres are x, y. */
+typedef struct K3DVector {
+  double x, y, z;
+} K3DVector;
+typedef struct K3DPoint {
+  double x, y;
+} K3DPoint;
+typedef struct K3DRevolution {
+  double sine, cosine;
+} K3DRevolution;
+RUNA1_IMPORT(void) k3dRevolveXAxis(K3DVector* dst, const K3DVector* src, const K3DRevolution* angle,
+                                   uint32_t count);
+RUNA1_IMPORT(void) k3dRevolveYAxis(K3DVector* dst, const K3DVector* src, const K3DRevolution* angle,
+                                   uint32_t count);
+/* Turns the other way round than the X and Y rotations. */
+RUNA1_IMPORT(void) k3dRevolveZAxis(K3DVector* dst, const K3DVector* src, const K3DRevolution* angle,
+                                   uint32_t count);
+/* The two angles that turn `direction` onto +z: Y first, then X. */
+RUNA1_IMPORT(void) k3dGetRevolutionYXAxis(K3DRevolution* yAngle, K3DRevolution* xAngle,
+                                          const K3DVector* direction);
+/* Keeps the polygon's part at z >= zNear; dst (not src) has room for count + 1 vertices. */
+RUNA1_IMPORT(uint32_t) k3dClipZBelow(K3DVector* dst, const K3DVector* src, uint32_t count,
+                                     int32_t zNear);
+RUNA1_IMPORT(void) k3dProject2DScreen(K3DPoint* dst, const K3DVector* src, uint32_t count,
+                                      const int32_t center[2], int32_t focal);
+/* dst has room for 4 * count points. */
+RUNA1_IMPORT(uint32_t) k3dClipDispRect(K3DPoint* dst, const K3DPoint* src, uint32_t count,
+                                       const int32_t rect[4]);
+/* Splits a convex polygon into the left and the right chain from its top to its bottom. */
+RUNA1_IMPORT(void) k3dNormalizeForDrawPolygon(K3DPoint* first, uint32_t* firstCount,
+                                              K3DPoint* second, uint32_t* secondCount,
+                                              const K3DPoint* polygon, uint32_t count);
+/* Fills a convex screen polygon (clipped to the destination) from an 8-bit texture lying on a
+ * plane in view space: texel (u, v) at origin + u * axisU + v * axisV. Both images are 8 bits
+ * per pixel; texels outside the texture leave the pixel alone. */
+RUNA1_IMPORT(void) k3dDrawTexturePlygon(ImageInfo* destination, K3DPoint* polygon, uint32_t count,
+                                        ImageInfo* texture, K3DVector* origin, K3DVector* axisU,
+                                        K3DVector* axisV, int32_t center[2], int32_t focal);
 
 /* ---- Wave mixer and sounds ---------------------------------------------------------------- */
 
@@ -373,10 +433,31 @@ RUNA1_IMPORT(uint32_t) MIDI_OutLongMsg(MIDIMUSIC music, const void* data, uint32
 RUNA1_IMPORT(uint32_t) MIDI_IsPlaying(MIDIMUSIC music);
 
 /* ---- Timers ------------------------------------------------------------------------------- */
+/* Count-up timers: the count is the number of whole intervals (milliseconds each) since the
+ * start, held at the limit; it is brought up to date whenever it is read. A timer is created
+ * stopped with the count 0; a start after a pause begins a fresh interval. */
+typedef RUNA1_HANDLE KTIMER;
+RUNA1_IMPORT(KTIMER) Timer_Create(uint32_t interval, uint32_t limitLow, uint32_t limitHigh);
+RUNA1_IMPORT(void) Timer_Delete(KTIMER timer);
+RUNA1_IMPORT(void) Timer_ResetCounter(KTIMER timer, uint32_t interval, uint32_t limitLow,
+                                      uint32_t limitHigh);
+RUNA1_IMPORT(void) Timer_StartTimer(KTIMER timer);
+RUNA1_IMPORT(void) Timer_PauseTimer(KTIMER timer);
+RUNA1_IMPORT(void) Timer_SetCounter(KTIMER timer, uint32_t low, uint32_t high);
+RUNA1_IMPORT(uint32_t) Timer_GetCounter(KTIMER timer, uint64_t* counter);
+/* Sleeps and gives the milliseconds that really passed. */
+RUNA1_IMPORT(uint32_t) Timer_Sleep(uint32_t milliseconds);
 
 /* ---- Movie -------------------------------------------------------------------------------- */
 
 /* ---- Menu screens ------------------------------------------------------------------------- */
+/* Each screen draws into `target`, the image the module shows in the main window, runs until
+ * the player chooses, and gives the choice or -1. Their files: the archive and the cursor files
+ * "Arrow.cur" and "GripHand.cur" in the folder of the profile's "Installed" "BinDir"; the save
+ * files "nodali<page><slot>.sav" in "Installed" "SaveDir". Save and load: ten slots on each of
+ * the pages 1 to 5; the result is page * 10 + slot. */
+RUNA1_IMPORT(int32_t) Nodali_SaveContextMenu(GRAPHIC target, int32_t page);
+RUNA1_IMPORT(int32_t) Nodali_LoadContextMenu(GRAPHIC target, int32_t page);
 
 #ifdef __cplusplus
 }

@@ -1,5 +1,5 @@
 // What the record and archive fuzzers accept as a failure: only the reports these readers
-// are specified to give for bad input.
+// give for bad input.
 #pragma once
 
 #include <cstdlib>

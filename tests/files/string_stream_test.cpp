@@ -5,7 +5,7 @@
 
 #include "files/string_stream.h"
 #include "host/exports/file.h"
-#include "host/exports/text.h"
+#include "host/exports/string_stream.h"
 #include "tests/temp_dir.h"
 
 namespace {

@@ -7,7 +7,8 @@
 
 #include "base/error.h"
 #include "host/exports/file.h"
-#include "host/exports/text.h"
+#include "host/exports/string_stream.h"
+#include "host/exports/text_resource.h"
 #include "tests/temp_dir.h"
 
 namespace {

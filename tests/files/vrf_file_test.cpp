@@ -7,7 +7,7 @@
 #include "base/error.h"
 #include "base/trace.h"
 #include "files/koral_archive.h"
-#include "host/exports/archive.h"
+#include "host/exports/record_file.h"
 #include "tests/files/memory_file.h"
 #include "tests/files/record_bytes.h"
 #include "tests/temp_dir.h"

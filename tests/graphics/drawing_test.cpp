@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "host/exports/graphic.h"
+#include "host/exports/zbuffer.h"
 
 namespace {
 

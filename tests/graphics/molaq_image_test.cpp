@@ -9,9 +9,10 @@
 #include "files/vrf_file.h"
 #include "graphics/core/molaq.h"
 #include "graphics/molaq_image.h"
-#include "host/exports/drawing_core.h"
+#include "graphics/molaq_image_encoder.h"
 #include "host/exports/file.h"
 #include "host/exports/graphic.h"
+#include "host/exports/molaq_image.h"
 #include "tests/graphics/test_bitmap.h"
 #include "tests/temp_dir.h"
 

@@ -7,7 +7,7 @@
 
 #include "base/library.h"
 #include "files/vrf_file.h"
-#include "graphics/molaq_image.h"
+#include "graphics/molaq_image_encoder.h"
 #include "tools/image/picture_io.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "files/module_format.h"
+#include "files/string_stream_format.h"
 
 #include <algorithm>
 #include <cinttypes>
@@ -120,7 +120,7 @@ uint64_t UnsignedValue(ArgumentCells& cells, Size size) {
 
 }  // namespace
 
-int32_t FormatModuleArguments(char* buffer, const char* format, const void* arguments) {
+int32_t FormatStringStreamArguments(char* buffer, const char* format, const void* arguments) {
   Writer writer(buffer);
   ArgumentCells cells(arguments);
   const char* at = format;

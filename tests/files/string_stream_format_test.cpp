@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "files/module_format.h"
-#include "host/exports/text.h"
+#include "files/string_stream_format.h"
+#include "host/exports/string_stream.h"
 
 namespace {
 
@@ -48,7 +48,7 @@ std::string format(const char* text, const Cells& cells) {
   return std::string(buffer);
 }
 
-TEST(ModuleFormatTest, IntegersReadOneCellOrTwoBySize) {
+TEST(StringStreamFormatTest, IntegersReadOneCellOrTwoBySize) {
   EXPECT_EQ(format("%d %i %u %x %X %o", Cells().Int(-5).Int(7).Int(-1).Int(255).Int(0xABC).Int(8)),
             "-5 7 4294967295 ff ABC 10");
   EXPECT_EQ(format("%ld %lu %Iu %zd", Cells().Int(-2).Int(-2).Int(3).Int(4)), "-2 4294967294 3 4");
@@ -58,7 +58,7 @@ TEST(ModuleFormatTest, IntegersReadOneCellOrTwoBySize) {
   EXPECT_EQ(format("%hd %hu %hhd %hhx", Cells().Int(0x18000).Int(-1).Int(0x1FF).Int(0x1AB)), "-32768 65535 -1 ab");
 }
 
-TEST(ModuleFormatTest, FlagsWidthAndPrecision) {
+TEST(StringStreamFormatTest, FlagsWidthAndPrecision) {
   EXPECT_EQ(format("[%5d][%-5d][%05d][%+d][% d][%#x][%#o][%.3d]",
                    Cells().Int(42).Int(42).Int(-42).Int(3).Int(3).Int(255).Int(8).Int(7)),
             "[   42][42   ][-0042][+3][ 3][0xff][010][007]");
@@ -66,7 +66,7 @@ TEST(ModuleFormatTest, FlagsWidthAndPrecision) {
   EXPECT_EQ(format("[%.*s][%.*d][%.d]", Cells().Int(2).Pointer("abcdef").Int(-1).Int(5).Int(0)), "[ab][5][]");
 }
 
-TEST(ModuleFormatTest, FloatingPointTakesTwoCells) {
+TEST(StringStreamFormatTest, FloatingPointTakesTwoCells) {
   char expected[128];
   std::snprintf(expected, sizeof expected, "%f|%.2f|%e|%g|%8.3E|%G|%d", 3.25, -1.005, 12345.678, 0.0001, 1e10, 1e-20, 5);
   EXPECT_EQ(format("%f|%.2f|%e|%g|%8.3E|%G|%d",
@@ -75,7 +75,7 @@ TEST(ModuleFormatTest, FloatingPointTakesTwoCells) {
   EXPECT_EQ(format("%Lf %.1f", Cells().Double(0.5).Double(2.25)), "0.500000 2.2");
 }
 
-TEST(ModuleFormatTest, TextCharactersAndPointers) {
+TEST(StringStreamFormatTest, TextCharactersAndPointers) {
   const char* sjis = "\x93\xFA\x96\x7B";
   EXPECT_EQ(format("<%s><%6s><%-6s><%.1s><%s>", Cells().Pointer("ab").Pointer("cd").Pointer("ef").Pointer("gh").Pointer(sjis)),
             std::string("<ab><    cd><ef    ><g><") + sjis + ">");
@@ -85,7 +85,7 @@ TEST(ModuleFormatTest, TextCharactersAndPointers) {
   EXPECT_EQ(pointer, std::string(2 * sizeof(void*) - 4, '0') + "BEEF");
 }
 
-TEST(ModuleFormatTest, OddDirectivesNeitherCrashNorShiftTheArguments) {
+TEST(StringStreamFormatTest, OddDirectivesNeitherCrashNorShiftTheArguments) {
   int sink = 77;
   EXPECT_EQ(format("a%nb%d", Cells().Pointer(&sink).Int(4)), "ab4");
   EXPECT_EQ(sink, 77) << "%n writes nothing";
@@ -95,9 +95,9 @@ TEST(ModuleFormatTest, OddDirectivesNeitherCrashNorShiftTheArguments) {
   EXPECT_EQ(format("plain \x82\xA0 text", Cells()), "plain \x82\xA0 text");
 }
 
-TEST(ModuleFormatTest, TheBufferHasNoLimit) {
+TEST(StringStreamFormatTest, TheBufferHasNoLimit) {
   std::vector<char> buffer(5000, 'Z');
-  int32_t count = FormatModuleArguments(buffer.data(), "%4000d|%s", Cells().Int(1).Pointer("end").data());
+  int32_t count = FormatStringStreamArguments(buffer.data(), "%4000d|%s", Cells().Int(1).Pointer("end").data());
   EXPECT_EQ(count, 4004);
   EXPECT_EQ(std::string(buffer.data() + 3999, 5), "1|end");
   EXPECT_EQ(buffer[4004], '\0');
@@ -115,7 +115,7 @@ int32_t formatVariadic(char* buffer, const char* format, ...) {
   return count;
 }
 
-TEST(ModuleFormatTest, ARealArgumentListOfThe32BitTarget) {
+TEST(StringStreamFormatTest, ARealArgumentListOfThe32BitTarget) {
   char buffer[256];
   int32_t count = formatVariadic(buffer, "%d|%lld|%.2f|%s|%c|%hd|%I64x|%u", -7, -9000000000LL, 2.5, "sjis",
                                  'q', static_cast<short>(-3), 0xABCDEF0123LL, 4000000000u);

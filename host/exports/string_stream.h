@@ -1,5 +1,5 @@
-// strmstr_* and TextRes_* exports: the string stream and text resources for the module. A
-// text resource handle works with every strmstr_* export too.
+// strmstr_* exports: the string stream for the module. A text resource handle works with every
+// one of them too.
 #pragma once
 
 #include <cstdint>
@@ -7,7 +7,6 @@
 #include "base/os/win32_types.h"
 #include "files/file_obj.h"
 #include "files/string_stream.h"
-#include "files/text_resource.h"
 
 extern "C" {
 StringStream* RUNA1_API strmstr_Create(const char* text, int32_t length);
@@ -33,11 +32,6 @@ uint32_t RUNA1_API strmstr_SetSeparateCode(StringStream* stream, const char* cod
 uint32_t RUNA1_API strmstr_IsOverflowIndex(StringStream* stream);
 uint32_t RUNA1_API strmstr_IsSeparatorCode(StringStream* stream, uint32_t code);
 uint32_t RUNA1_API strmstr_IsSeparator(StringStream* stream);
-// vsprintf over the module's variable arguments (see files/module_format.h).
+// vsprintf over the module's variable arguments (see files/string_stream_format.h).
 int32_t RUNA1_API strmstr_Format(char* buffer, const char* format, const void* arguments);
-
-TextResource* RUNA1_API TextRes_ReadText(KFileObj* file);
-uint32_t RUNA1_API TextRes_Delete(TextResource* res);
-int32_t RUNA1_API TextRes_GetLabelIndex(TextResource* res, int32_t label);
-uint32_t RUNA1_API TextRes_MoveToLabel(TextResource* res, int32_t label);
 }

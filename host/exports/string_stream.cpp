@@ -1,8 +1,8 @@
-#include "host/exports/text.h"
+#include "host/exports/string_stream.h"
 
 #include <cstring>
 
-#include "files/module_format.h"
+#include "files/string_stream_format.h"
 
 StringStream* RUNA1_API strmstr_Create(const char* text, int32_t length) {
   if (length == 0 && text) length = static_cast<int32_t>(std::strlen(text));
@@ -69,19 +69,5 @@ uint32_t RUNA1_API strmstr_IsSeparatorCode(StringStream* stream, uint32_t code) 
 uint32_t RUNA1_API strmstr_IsSeparator(StringStream* stream) { return stream->IsSeparator(); }
 
 int32_t RUNA1_API strmstr_Format(char* buffer, const char* format, const void* arguments) {
-  return FormatModuleArguments(buffer, format, arguments);
-}
-
-TextResource* RUNA1_API TextRes_ReadText(KFileObj* file) { return TextResource::ReadText(file); }
-
-uint32_t RUNA1_API TextRes_Delete(TextResource* res) {
-  delete res;
-  return 0;
-}
-
-int32_t RUNA1_API TextRes_GetLabelIndex(TextResource* res, int32_t label) { return res->GetLabelIndex(label); }
-
-uint32_t RUNA1_API TextRes_MoveToLabel(TextResource* res, int32_t label) {
-  res->MoveToLabel(label);
-  return 0;
+  return FormatStringStreamArguments(buffer, format, arguments);
 }

@@ -1,0 +1,374 @@
+// The decoder: reads the dictionary of a coded stream and writes out the phrases of its indices.
+#include "graphics/core/phrase_coder.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstring>
+#include <memory>
+
+namespace {
+
+// What the decoding loop needs of a phrase, in one place.
+struct DecoderPhrase {
+  uint32_t start, frequency, end;  // end = start + frequency
+  uint32_t repeat;
+  uint32_t first;  // index of the first value in MQDecoder::values
+  uint32_t length;  // number of values
+};
+
+// Reads the bit stream: 32-bit words, most significant byte first, zeros behind the data.
+struct BitReader {
+  const uint8_t* data;
+  size_t dataSize;
+  size_t next;  // byte offset of the next word to load
+  uint64_t reg;  // bits left-aligned
+  uint32_t avail;
+
+  uint32_t loadWord() {
+    uint32_t word = 0;
+    if (next + 4 <= dataSize) {
+      std::memcpy(&word, data + next, 4);
+      next += 4;
+      return __builtin_bswap32(word);
+    }
+    for (int i = 0; i < 4; ++i, ++next) {
+      word = (word << 8) | (next < dataSize ? data[next] : 0);
+    }
+    return word;
+  }
+  uint32_t bits(uint32_t count) {
+    if (count == 0) return 0;
+    if (avail < count) {
+      reg |= static_cast<uint64_t>(loadWord()) << (32 - avail);
+      avail += 32;
+    }
+    uint32_t v = static_cast<uint32_t>(reg >> (64 - count));
+    reg <<= count;
+    avail -= count;
+    return v;
+  }
+  // True once reading went further than the read-ahead of a real stream: a dictionary that
+  // runs on into the zeros behind the data is damage.
+  bool exhausted() const { return next > dataSize + 8; }
+};
+
+}  // namespace
+
+struct MQDecoder {
+  BitReader reader;
+  uint32_t mode;
+  uint32_t total;
+  double totalAsDouble;
+#if defined(__SIZEOF_INT128__)
+  // floor(x / total) = floor(x * magic / 2^magicShift) for every x below 2^63, with
+  // magic = ceil(2^magicShift / total) and magicShift = 63 + ceil(log2 total).
+  uint64_t magic;
+  uint32_t magicShift;
+#else
+  double reciprocalTotal;  // 1 / total, for estimates of the quotients by total
+#endif
+  std::vector<int32_t> values;  // the values of all phrases, one after the other
+  std::vector<DecoderPhrase> phrases;
+  // The lookup of a scaled code: the table gives for each bucket of 2^bucketShift cumulative
+  // values the first phrase that reaches into it; from there a scan over the phrases' ends
+  // finds the phrase. With at least two buckets per phrase the scan is mostly empty.
+  uint32_t bucketShift;
+  std::vector<uint32_t> buckets;
+
+  const DecoderPhrase& findPhrase(uint32_t value, uint32_t* index) const {
+    uint32_t p = buckets[value >> bucketShift];
+    while (value >= phrases[p].end) ++p;
+    *index = p;
+    return phrases[p];
+  }
+};
+
+MQDecoder* mqOpenDecoder(void* statePointer, uint32_t size, const void* data, uint32_t mode,
+                         uint32_t tableLimit, void* /*tableMemory*/, size_t dataSize) {
+  uint32_t unit = mode & 0x7f;
+  if (size != sizeof(MQDecoderState) || unit < kMQUnit8 || unit > kMQUnit32) return nullptr;
+  auto d = std::make_unique<MQDecoder>();
+  BitReader& in = d->reader;
+  in = {static_cast<const uint8_t*>(data), dataSize, 0, 0, 64};
+  in.reg = static_cast<uint64_t>(in.loadWord()) << 32;
+  in.reg |= in.loadWord();
+  uint32_t phraseCount = in.bits(32);
+  phraseCount = __builtin_bswap32(phraseCount);
+  uint32_t widthWord = __builtin_bswap32(in.bits(32));
+  bool isSigned = (widthWord & 0x80000000u) != 0;
+  uint32_t width = widthWord & 0x7fffffffu;
+  d->mode = mode | (isSigned ? uint32_t{kMQSigned} : 0u);
+  // A phrase takes at least one value bit, its flag and nine bits of count.
+  if (phraseCount == 0 || width == 0 || width > 32 || phraseCount > dataSize * 8 / 11 + 1) {
+    return nullptr;
+  }
+  d->phrases.reserve(phraseCount);
+  for (uint32_t p = 0; p < phraseCount; ++p) {
+    DecoderPhrase phrase{};
+    phrase.first = static_cast<uint32_t>(d->values.size());
+    for (;;) {
+      uint32_t raw = in.bits(width);
+      int32_t v = static_cast<int32_t>(raw);
+      if (isSigned && width < 32 && (raw >> (width - 1))) v = static_cast<int32_t>(raw | (~0u << width));
+      d->values.push_back(v);
+      if (in.bits(1)) break;
+      if (in.exhausted()) return nullptr;
+    }
+    phrase.length = static_cast<uint32_t>(d->values.size()) - phrase.first;
+    uint32_t count = 0;
+    for (int group = 0; group < 4; ++group) {
+      count = (count << 8) | in.bits(8);
+      if (in.bits(1)) break;
+    }
+    if (count == 0 || in.exhausted()) return nullptr;
+    phrase.repeat = count;
+    d->phrases.push_back(phrase);
+  }
+  uint64_t total = 0;
+  uint32_t previousBits = 32;
+  bool ones = false;
+  for (DecoderPhrase& phrase : d->phrases) {
+    uint32_t f = ones ? 1 : in.bits(previousBits);
+    if (f == 1) ones = true;
+    previousBits = 32 - std::countl_zero(f);
+    phrase.start = static_cast<uint32_t>(total);
+    phrase.frequency = f;
+    total += f;
+    phrase.end = static_cast<uint32_t>(total);
+    if (total > 0x80000000u) return nullptr;
+  }
+  if (total == 0) return nullptr;
+  d->total = static_cast<uint32_t>(total);
+#if defined(__SIZEOF_INT128__)
+  d->magicShift = 63 + static_cast<uint32_t>(std::bit_width(d->total - 1));
+  d->magic = static_cast<uint64_t>(((static_cast<unsigned __int128>(1) << d->magicShift) + d->total - 1) / d->total);
+#else
+  d->reciprocalTotal = 1.0 / static_cast<double>(total);
+#endif
+
+  d->totalAsDouble = static_cast<double>(total);
+
+  // Buckets: about two per phrase, no more than the table limit (and 2^16) allows, none
+  // narrower than one value.
+  uint32_t bucketCount = std::bit_ceil(std::min<uint64_t>(2ull * phraseCount, 1u << 16));
+  bucketCount = std::min(bucketCount, std::bit_floor(std::max(tableLimit, 1u)));
+  bucketCount = std::min(bucketCount, std::bit_floor(d->total));
+  d->bucketShift = static_cast<uint32_t>(std::bit_width(d->total - 1)) - std::countr_zero(bucketCount);
+  d->buckets.resize(static_cast<size_t>((d->total - 1) >> d->bucketShift) + 1);
+  uint32_t p = 0;
+  for (uint32_t bucket = 0; bucket < d->buckets.size(); ++bucket) {
+    while ((bucket << d->bucketShift) >= d->phrases[p].end) ++p;
+    d->buckets[bucket] = p;
+  }
+
+  auto* state = static_cast<MQDecoderState*>(statePointer);
+  *state = {};
+  state->size = sizeof(MQDecoderState);
+  state->range = 0xffffffffu;
+  state->pending = -1;
+  state->code = in.bits(32);
+  return d.release();
+}
+
+namespace {
+
+// Writes symbols into consecutive units of T, stored by truncation.
+template <typename T>
+struct LinearSink {
+  T* dst;
+  void fill(uint32_t at, uint32_t count, int32_t value) {
+    std::fill(dst + at, dst + at + count, static_cast<T>(value));
+  }
+  void copy(uint32_t at, const int32_t* values, uint32_t count) {
+    for (uint32_t i = 0; i < count; ++i) dst[at + i] = static_cast<T>(values[i]);
+  }
+};
+
+// Writes the i-th symbol to dst[order[i]] and skips runs of zeros; `end` follows the last
+// non-zero one (or, after a phrase of several values, the last of them).
+struct ScatterSink {
+  int32_t* dst;
+  const uint16_t* order;
+  uint32_t end = 0;
+  void fill(uint32_t at, uint32_t count, int32_t value) {
+    if (value == 0) return;
+    for (uint32_t i = 0; i < count; ++i) dst[order[at + i]] = value;
+    end = at + count;
+  }
+  void copy(uint32_t at, const int32_t* values, uint32_t count) {
+    for (uint32_t i = 0; i < count; ++i) dst[order[at + i]] = values[i];
+    end = at + count;
+  }
+};
+
+// Continues the pending phrase at symbol `at` for at most `room` symbols; gives the number
+// written.
+template <typename Sink>
+[[gnu::always_inline]] inline uint32_t writePhrase(const MQDecoder& d, MQDecoderState* s, Sink& sink, uint32_t at,
+                                                 uint32_t room) {
+  const DecoderPhrase& phrase = d.phrases[static_cast<uint32_t>(s->pending)];
+  const int32_t* values = d.values.data() + phrase.first;
+  uint32_t written = 0;
+  if (phrase.length == 1) {
+    written = std::min(s->repeatsLeft, room);
+    sink.fill(at, written, values[0]);
+    s->repeatsLeft -= written;
+  } else {
+    while (s->repeatsLeft > 0 && written < room) {
+      uint32_t n = std::min(phrase.length - s->position, room - written);
+      sink.copy(at + written, values + s->position, n);
+      written += n;
+      s->position += n;
+      if (s->position == phrase.length) {
+        s->position = 0;
+        --s->repeatsLeft;
+      }
+    }
+  }
+  if (s->repeatsLeft == 0) s->pending = -1;
+  return written;
+}
+
+// The three quotients of a decoding step: the scaled code, and the range scaled by a phrase's
+// bounds, all truncated (the last rounded up).
+struct IntegerQuotients {
+  uint64_t total;
+  explicit IntegerQuotients(const MQDecoder& d) : total(d.total) {}
+  uint64_t code(uint64_t code, uint64_t range) const { return code * total / range; }
+  void setRange(uint64_t) {}
+  uint64_t floorScaled(uint64_t range, uint64_t x) const { return range * x / total; }
+  uint64_t ceilScaled(uint64_t range, uint64_t x) const { return (range * x + total - 1) / total; }
+};
+
+// floor(product / divisor) from an estimate that is at most one off either way; the products
+// of a step stay below 2^63, so neither test overflows.
+uint64_t exactQuotient(uint64_t estimate, uint64_t product, uint64_t divisor) {
+  uint64_t q = estimate;
+  while (q > 0 && q * divisor > product) --q;
+  while (product - q * divisor >= divisor) ++q;
+  return q;
+}
+
+// The same quotients without integer division: the scaled code by a floating-point estimate
+// corrected to the exact floor (one division per step, started as soon as the range is known),
+// the quotients by the fixed total by a multiplication with its reciprocal: exact in 128 bits
+// where the compiler has them, else an estimate corrected like the first.
+struct FloatingQuotients {
+  uint64_t total;
+  double totalAsDouble;
+#if defined(__SIZEOF_INT128__)
+  uint64_t magic;
+  uint32_t magicShift;
+  explicit FloatingQuotients(const MQDecoder& d)
+      : total(d.total), totalAsDouble(d.totalAsDouble), magic(d.magic), magicShift(d.magicShift) {}
+#else
+  double reciprocalTotal;
+  explicit FloatingQuotients(const MQDecoder& d)
+      : total(d.total), totalAsDouble(d.totalAsDouble), reciprocalTotal(d.reciprocalTotal) {}
+#endif
+  double totalPerRange = 0;  // total / range, taken as soon as the range is known
+
+  // The estimates stay below 2^63: the signed conversion is exact and needs no range test.
+  static uint64_t truncate(double value) { return static_cast<uint64_t>(static_cast<int64_t>(value)); }
+  void setRange(uint64_t range) { totalPerRange = totalAsDouble / static_cast<double>(static_cast<int64_t>(range)); }
+  uint64_t code(uint64_t code, uint64_t range) const {
+    uint64_t estimate = truncate(static_cast<double>(static_cast<int64_t>(code)) * totalPerRange);
+    return exactQuotient(estimate, code * total, range);
+  }
+  // The products of a step stay below 2^63.
+  uint64_t byTotal(uint64_t product) const {
+#if defined(__SIZEOF_INT128__)
+    return static_cast<uint64_t>((static_cast<unsigned __int128>(product) * magic) >> magicShift);
+#else
+    return exactQuotient(truncate(static_cast<double>(static_cast<int64_t>(product)) * reciprocalTotal), product, total);
+#endif
+  }
+  uint64_t floorScaled(uint64_t range, uint64_t x) const { return byTotal(range * x); }
+  uint64_t ceilScaled(uint64_t range, uint64_t x) const { return byTotal(range * x + total - 1); }
+};
+
+template <typename Quotients, typename Sink>
+uint32_t decodeSymbols(MQDecoder* d, MQDecoderState* shared, Sink& sink, uint32_t count) {
+  // The loop works on copies of the state and the reader, which the stores of symbols then
+  // cannot be taken to change.
+  MQDecoderState state = *shared;
+  BitReader reader = d->reader;
+  MQDecoderState* s = &state;
+  Quotients quotients(*d);
+  quotients.setRange(s->range);
+  uint32_t out = 0;
+  if (s->pending >= 0) out += writePhrase(*d, s, sink, 0, count);
+  const uint32_t total = d->total;
+  while (out < count) {
+    uint64_t range = s->range;
+    uint64_t value = std::min<uint64_t>(quotients.code(s->code, range), total - 1);
+    uint32_t p;
+    const DecoderPhrase& phrase = d->findPhrase(static_cast<uint32_t>(value), &p);
+    uint32_t newRange = static_cast<uint32_t>(quotients.floorScaled(range, phrase.frequency));
+    uint32_t low = static_cast<uint32_t>(quotients.ceilScaled(range, phrase.start));
+    uint32_t code = s->code - low;
+    int shift = std::countl_zero(newRange);
+    newRange <<= shift;
+    quotients.setRange(newRange);
+    if (shift > 0) code = (code << shift) | reader.bits(shift);
+    s->range = newRange;
+    s->code = code;
+    s->pending = static_cast<int32_t>(p);
+    s->repeatsLeft = phrase.repeat;
+    s->position = 0;
+    out += writePhrase(*d, s, sink, out, count - out);
+  }
+  *shared = state;
+  d->reader = reader;
+  return count;
+}
+
+template <typename Quotients>
+uint32_t decodeByUnit(MQDecoder* d, void* state, void* dst, uint32_t count) {
+  auto* s = static_cast<MQDecoderState*>(state);
+  switch (d->mode & 0x7f) {
+    case kMQUnit8: {
+      LinearSink<uint8_t> sink{static_cast<uint8_t*>(dst)};
+      return decodeSymbols<Quotients>(d, s, sink, count);
+    }
+    case kMQUnit16: {
+      LinearSink<uint16_t> sink{static_cast<uint16_t*>(dst)};
+      return decodeSymbols<Quotients>(d, s, sink, count);
+    }
+    default: {
+      LinearSink<uint32_t> sink{static_cast<uint32_t*>(dst)};
+      return decodeSymbols<Quotients>(d, s, sink, count);
+    }
+  }
+}
+
+}  // namespace
+
+uint32_t mqDecodeFloat(MQDecoder* decoder, void* state, void* dst, uint32_t count) {
+  return decodeByUnit<FloatingQuotients>(decoder, state, dst, count);
+}
+
+uint32_t mqDecodeInteger(MQDecoder* decoder, void* state, void* dst, uint32_t count) {
+  return decodeByUnit<IntegerQuotients>(decoder, state, dst, count);
+}
+
+uint32_t mqDecodeScattered(MQDecoder* decoder, void* state, int32_t* dst, const uint16_t* order,
+                           uint32_t count) {
+  ScatterSink sink{dst, order};
+  decodeSymbols<FloatingQuotients>(decoder, static_cast<MQDecoderState*>(state), sink, count);
+  return sink.end;
+}
+
+void mqCloseDecoder(MQDecoder* decoder) { delete decoder; }
+
+MOLAQDecoder::MOLAQDecoder(const void* data, size_t dataSize, uint32_t tableLimit)
+    : decoder_(mqOpenDecoder(&state_, sizeof(state_), data, kMQUnit8, tableLimit, nullptr, dataSize)) {}
+
+MOLAQDecoder::~MOLAQDecoder() { mqCloseDecoder(decoder_); }
+
+bool MOLAQDecoder::Read(void* dst, uint32_t count) {
+  if (decoder_ == nullptr) return false;
+  mqDecode(decoder_, &state_, dst, count);
+  return true;
+}
