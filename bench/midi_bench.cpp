@@ -8,41 +8,16 @@
 #include <string>
 #include <vector>
 
+#include "bench/generated_song.h"
 #include "bench/ratio_reporter.h"
 #include "sound/device/midi_virtual.h"
 #include "sound/midi/midi_music.h"
 #include "tests/files/memory_file.h"
-#include "tests/sound/midi/midi_bytes.h"
 
 namespace {
 
-// About 8 MB: a conductor track with tempo changes on note times, and 15 instrument tracks of
-// notes in running status, pitch bends, expression and volume controllers, program changes.
 const std::string& largeSong() {
-  static const std::string song = [] {
-    std::vector<TrackBytes> tracks(16);
-    uint32_t seed = 12345;
-    auto next = [&seed] { return (seed = seed * 1103515245 + 12345) >> 16; };
-    for (int bar = 0; bar < 300; ++bar) {
-      tracks[0].at(bar ? 1920 : 0, {0x90, 0, 1}).at(0, {0xFF, 0x51, 0x03, 0x07, static_cast<uint8_t>(next()), 0x20});
-      for (uint8_t channel = 1; channel < 16; ++channel) {
-        TrackBytes& track = tracks[channel];
-        uint32_t left = 1920;
-        track.at(0, {static_cast<uint8_t>(0xB0 | channel), 0x07, static_cast<uint8_t>(60 + next() % 60)});
-        if (bar % 8 == 0) track.at(0, {static_cast<uint8_t>(0xC0 | channel), static_cast<uint8_t>(next() % 128)});
-        while (left > 0) {
-          uint32_t step = std::min<uint32_t>(left, 10 + next() % 20);
-          uint8_t key = static_cast<uint8_t>(36 + next() % 60);
-          track.at(0, {static_cast<uint8_t>(0x90 | channel), key, 100}).at(step, {key, 0});
-          track.at(0, {static_cast<uint8_t>(0xE0 | channel), static_cast<uint8_t>(next() % 128), 64});
-          track.at(0, {static_cast<uint8_t>(0xB0 | channel), 0x0B, static_cast<uint8_t>(next() % 128)});
-          left -= step;
-        }
-      }
-    }
-    for (TrackBytes& track : tracks) track.end();
-    return midiFile(1, tracks, 480);
-  }();
+  static const std::string song = generatedSong(300, 10, 20);
   return song;
 }
 

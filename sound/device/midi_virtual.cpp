@@ -6,7 +6,7 @@
 uint32_t VirtualMidiBackend::open(MidiStream** stream, MidiStreamCallback callback, void* instance) {
   if (openResult != MMSYSERR_NOERROR) return openResult;
   stream_ = new VirtualMidiStream(*this, callback, instance);
-  records.push_back({MidiRecord::kOpen, 0, 0, 0, {}, nullptr});
+  if (recording) records.push_back({MidiRecord::kOpen, 0, 0, 0, {}, nullptr});
   *stream = stream_;
   return MMSYSERR_NOERROR;
 }
@@ -20,7 +20,10 @@ VirtualMidiStream::VirtualMidiStream(VirtualMidiBackend& backend, MidiStreamCall
 
 void VirtualMidiStream::record(MidiRecord::Kind kind, uint32_t word, const MIDIHDR* header,
                                std::vector<uint8_t> bytes) {
-  backend_.records.push_back({kind, tick_, now_, word, std::move(bytes), header});
+  bool sounds = kind == MidiRecord::kMessage ||
+                (kind == MidiRecord::kEvent && ((word & kMidiEventLong) || (word & 0x3F000000) == kMidiEventShort));
+  if (sounds && backend_.sink) backend_.sink->play(now_, word & kMidiEventLong ? word : word & 0xFFFFFF, bytes);
+  if (backend_.recording) backend_.records.push_back({kind, tick_, now_, word, std::move(bytes), header});
 }
 
 void VirtualMidiStream::call(uint32_t message, MIDIHDR* header) {

@@ -29,6 +29,14 @@ struct MidiRecord {
   const MIDIHDR* header;  // the block of kEvent, kPosition and kDone
 };
 
+// Where a virtual stream's messages go besides its record: each short message (status, data 1,
+// data 2) or long one (`bytes`) that plays, with its time on the stream's running clock.
+class MidiEventSink {
+ public:
+  virtual ~MidiEventSink() = default;
+  virtual void play(double microseconds, uint32_t message, const std::vector<uint8_t>& bytes) = 0;
+};
+
 class VirtualMidiStream;
 
 class VirtualMidiBackend : public MidiBackend {
@@ -42,6 +50,8 @@ class VirtualMidiBackend : public MidiBackend {
   void advance(double microseconds);
 
   std::vector<MidiRecord> records;
+  bool recording = true;                   // false keeps no records
+  MidiEventSink* sink = nullptr;
   uint32_t openResult = MMSYSERR_NOERROR;  // what open answers; anything else refuses
 
  private:
@@ -66,6 +76,7 @@ class VirtualMidiStream : public MidiStream {
 
   void advance(double microseconds);
   bool paused() const { return paused_; }
+  double now() const { return now_; }
   uint32_t timeDivision() const { return division_; }
   size_t queuedBlocks() const { return queue_.size(); }
 
