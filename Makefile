@@ -4,7 +4,7 @@ JOBS ?= 2
 GENERATOR := -G Ninja
 CMAKE_COMMON := -DCMAKE_BUILD_TYPE=RelWithDebInfo
 
-.PHONY: all test demo deps build native asan win32 bench clean
+.PHONY: all test demo deps build native asan win32 bench sdk clean
 
 all: build
 
@@ -34,6 +34,11 @@ build: native asan win32
 
 test: build
 	@bash scripts/run-tests.sh $(BUILD)
+
+# The SDK for module authors in $(BUILD)/sdk (tools, header, support library, CMake function and
+# toolchain file, starter project), which the native build writes.
+sdk: native
+	@echo "SDK in $(BUILD)/sdk; start from $(BUILD)/sdk/starter"
 
 # Builds the native benchmarks and runs each once; not part of `make test`.
 bench: native

@@ -42,8 +42,6 @@ constexpr Tables MakeDefaultTables() {
 
 constexpr Tables kDefaultTables = MakeDefaultTables();
 
-bool IsLeadByte(uint8_t byte) { return (byte >= 0x80 && byte <= 0x9F) || byte >= 0xE0; }
-
 // Code and width of the character at `text[at]`; the NUL behind the text serves as the trail
 // of a lead byte in the last position.
 uint32_t CodeAt(const char* text, int32_t at, int32_t* width) {

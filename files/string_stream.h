@@ -12,6 +12,9 @@
 
 class KFileObj;
 
+// Whether `byte` leads a two-byte character.
+inline bool IsLeadByte(uint8_t byte) { return (byte >= 0x80 && byte <= 0x9F) || byte >= 0xE0; }
+
 class StringStream {
  public:
   // A stream over a copy of `length` bytes of `text`, NULs included; null when `length` is

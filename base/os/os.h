@@ -47,7 +47,7 @@ bool fileTimes(FileHandle file, SYSTEMTIME* created, SYSTEMTIME* accessed, SYSTE
 // Absolute form of `path`, with the contract of GetFullPathNameA: when the answer and its
 // terminator fit in `bufferLength` bytes it is written, `*namePart` points at its file
 // name part, and the result is its length; otherwise the result is the size needed including
-// the terminator and nothing is written. 0 on failure.
+// the terminator and nothing is written. 0 on failure, and when Shift-JIS cannot hold the answer.
 uint32_t fullPathName(const char* path, uint32_t bufferLength, char* buffer, char** namePart);
 
 // ---- Text at the system boundary ----------------------------------------------------------
@@ -55,6 +55,13 @@ uint32_t fullPathName(const char* path, uint32_t bufferLength, char* buffer, cha
 std::string shiftJisToUtf8(std::string_view text);
 // Gives false when `text` is not valid UTF-8 or holds a character Shift-JIS cannot.
 bool utf8ToShiftJis(std::string_view text, std::string* out);
+// Text that comes back from the system (the command line, paths), in Shift-JIS. What Shift-JIS
+// cannot hold is never changed to fit: `complete` is then false, and `text` writes each
+// character that it lacks as <U+XXXX>, for the message that refuses it.
+struct SystemText {
+  std::string text;
+  bool complete = true;
+};
 
 // ---- Dialogs and the debug channel ---------------------------------------------------------
 // Every message box of the host goes through here. When RUNA1_AUTO_ANSWER names a button (ok,
@@ -79,14 +86,14 @@ void debugOutput(const char* text);
 // A file-open dialog (the host's module chooser). `filter` is "Name|pattern|...||" text;
 // `flags` are OFN_* values. Gives false when the user cancels; with RUNA1_AUTO_ANSWER set it
 // shows nothing and answers Cancel, after one diagnostic line.
-bool chooseFileToOpen(const char* filter, const char* defaultExtension, uint32_t flags, std::string* path);
+bool chooseFileToOpen(const char* filter, const char* defaultExtension, uint32_t flags, SystemText* path);
 
 // ---- Process -------------------------------------------------------------------------------
-// The command line behind the program's own name, in Shift-JIS.
-std::string commandLineArguments();
+// The command line behind the program's own name.
+SystemText commandLineArguments();
 bool setCurrentDirectory(const char* path);
-// The working directory, at most `maxLength` characters; empty on failure.
-std::string currentDirectory(uint32_t maxLength);
+// The working directory, at most `maxLength` characters; an empty text on failure.
+SystemText currentDirectory(uint32_t maxLength);
 
 // ---- Code and libraries --------------------------------------------------------------------
 // Memory that is readable, writable and executable as one region; null on failure.

@@ -463,16 +463,18 @@ void debugOutput(const char* text) { writeDiagnostic(shiftJisToUtf8(text)); }
 
 namespace os {
 
-bool chooseFileToOpen(const char* filter, const char*, uint32_t, std::string*) {
+bool chooseFileToOpen(const char* filter, const char*, uint32_t, SystemText*) {
   // No dialogs here: the answer is Cancel, as with RUNA1_AUTO_ANSWER.
   writeDiagnostic("runa1: file dialog \"" + shiftJisToUtf8(filter) + "\": cancel\n");
   return false;
 }
 
-std::string commandLineArguments() {
-  std::string line;
+// Paths and arguments are bytes here, taken as they stand.
+SystemText commandLineArguments() {
+  SystemText arguments;
+  std::string& line = arguments.text;
   FILE* file = std::fopen("/proc/self/cmdline", "rb");
-  if (!file) return line;
+  if (!file) return arguments;
   std::string all;
   char chunk[512];
   size_t got;
@@ -485,14 +487,14 @@ std::string commandLineArguments() {
     line += all.substr(at + 1, end - at - 1);
     at = end;
   }
-  return line;
+  return arguments;
 }
 
 bool setCurrentDirectory(const char* path) { return chdir(path) == 0; }
 
-std::string currentDirectory(uint32_t maxLength) {
+SystemText currentDirectory(uint32_t maxLength) {
   std::vector<char> buffer(static_cast<size_t>(maxLength) + 1);
-  return getcwd(buffer.data(), buffer.size()) ? std::string(buffer.data()) : std::string();
+  return SystemText{getcwd(buffer.data(), buffer.size()) ? std::string(buffer.data()) : std::string()};
 }
 
 void* allocateExecutable(size_t bytes) {

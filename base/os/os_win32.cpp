@@ -1,5 +1,6 @@
 // Win32 side of the platform seam. Text inside the engine is Shift-JIS: file names cross the
 // boundary through code page 932 and the wide functions, so the host works under any locale.
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -41,10 +42,23 @@ bool fromWide(UINT codePage, std::wstring_view wide, std::string* out, bool exac
   return true;
 }
 
-std::string narrow(std::wstring_view text) {
-  std::string bytes;
-  fromWide(kShiftJis, text, &bytes);
-  return bytes;
+// Shift-JIS of a text from the system, refused rather than changed where a character has no form.
+SystemText narrow(std::wstring_view text) {
+  SystemText out;
+  if (fromWide(kShiftJis, text, &out.text, true)) return out;
+  out.complete = false;
+  out.text.clear();
+  for (wchar_t unit : text) {
+    std::string bytes;
+    if (fromWide(kShiftJis, std::wstring_view(&unit, 1), &bytes, true)) {
+      out.text += bytes;
+    } else {
+      char mark[12];
+      std::snprintf(mark, sizeof mark, "<U+%04X>", static_cast<unsigned>(unit));
+      out.text += mark;
+    }
+  }
+  return out;
 }
 
 bool toLocalSystemTime(const FILETIME& time, SYSTEMTIME* out) {
@@ -127,13 +141,15 @@ uint32_t fullPathName(const char* path, uint32_t bufferLength, char* buffer, cha
   wchar_t* widePart = nullptr;
   DWORD length = GetFullPathNameW(wide.c_str(), needed, full.data(), &widePart);
   if (length == 0 || length >= needed) return 0;
-  std::string bytes = narrow({full.c_str(), length});
+  SystemText answer = narrow({full.c_str(), length});
+  if (!answer.complete) return 0;
+  const std::string& bytes = answer.text;
   if (bytes.size() + 1 > bufferLength) return static_cast<uint32_t>(bytes.size() + 1);
   std::memcpy(buffer, bytes.c_str(), bytes.size() + 1);
   if (namePart) {
     // The name part's offset in bytes is the Shift-JIS length of what stands before it.
-    *namePart = widePart ? buffer + narrow({full.c_str(), static_cast<size_t>(widePart - full.c_str())}).size()
-                         : nullptr;
+    *namePart =
+        widePart ? buffer + narrow({full.c_str(), static_cast<size_t>(widePart - full.c_str())}).text.size() : nullptr;
   }
   return static_cast<uint32_t>(bytes.size());
 }
@@ -294,7 +310,7 @@ void debugOutput(const char* text) { writeDiagnostic(shiftJisToUtf8(text)); }
 
 namespace os {
 
-bool chooseFileToOpen(const char* filter, const char* defaultExtension, uint32_t flags, std::string* path) {
+bool chooseFileToOpen(const char* filter, const char* defaultExtension, uint32_t flags, SystemText* path) {
   const char* answer = std::getenv("RUNA1_AUTO_ANSWER");
   if (answer && *answer) {
     writeDiagnostic("runa1: file dialog \"" + shiftJisToUtf8(filter) + "\": cancel\n");
@@ -319,7 +335,7 @@ bool chooseFileToOpen(const char* filter, const char* defaultExtension, uint32_t
   return true;
 }
 
-std::string commandLineArguments() {
+SystemText commandLineArguments() {
   const wchar_t* line = GetCommandLineW();
   // The program's name ends at its closing quote, or at the first blank when unquoted.
   if (*line == L'"') {
@@ -335,7 +351,7 @@ std::string commandLineArguments() {
 
 bool setCurrentDirectory(const char* path) { return SetCurrentDirectoryW(widen(path).c_str()) != 0; }
 
-std::string currentDirectory(uint32_t maxLength) {
+SystemText currentDirectory(uint32_t maxLength) {
   std::wstring buffer(static_cast<size_t>(maxLength) + 1, L'\0');
   DWORD length = GetCurrentDirectoryW(maxLength, buffer.data());
   if (length == 0 || length >= maxLength) return {};
@@ -445,7 +461,7 @@ bool readProfileString(const ProfileKey& key, std::string* value) {
                        &size) != ERROR_SUCCESS)
     return false;
   text.resize(wcsnlen(text.c_str(), text.size()));
-  *value = narrow(text);
+  *value = narrow(text).text;
   return true;
 }
 

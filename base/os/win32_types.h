@@ -218,6 +218,7 @@ struct MINMAXINFO {
 #define WM_MOUSELAST 0x020Du
 #define WM_PALETTECHANGED 0x0311u
 #define WM_USER 0x0400u
+#define WM_APP 0x8000u
 #define WA_INACTIVE 0
 #define WA_ACTIVE 1
 

@@ -45,6 +45,11 @@ class WindowSystem {
   // The base handling of a frame message: its class's procedure, or the system's default.
   virtual intptr_t defaultMessage(HWND frame, uint32_t message, uintptr_t wParam, intptr_t lParam) = 0;
 
+  // Puts a message in the queue of the frame's thread; any thread.
+  virtual void postMessage(HWND frame, uint32_t message, uintptr_t wParam, intptr_t lParam) = 0;
+  // A message number of the host's own, which no module uses: what the frame posts to itself.
+  virtual uint32_t hostMessage() = 0;
+
   // Takes, translates and dispatches every message waiting for this thread; false when one
   // of them was WM_QUIT.
   virtual bool pumpMessages() = 0;

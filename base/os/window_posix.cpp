@@ -1,5 +1,10 @@
-// The native window system: no screen. Frames are handles without a window, there are never
-// messages, nothing is drawn, and the metrics are those of a classic Windows desktop.
+// The native window system: no screen. Frames are handles without a window, nothing is drawn,
+// and the metrics are those of a classic Windows desktop. Its only messages are the posted ones
+// and the ticks of the frame's timer, so that the hooks hear WM_TIMER as on Windows.
+#include <chrono>
+#include <deque>
+#include <mutex>
+
 #include "base/os/os.h"
 #include "base/os/window.h"
 
@@ -12,24 +17,88 @@ namespace {
 // How long a wait for the gate looks away from the module thread's end.
 constexpr uint32_t kGateLookMilliseconds = 10;
 
+using Clock = std::chrono::steady_clock;
+
+struct Posted {
+  uint32_t message;
+  uintptr_t wParam;
+  intptr_t lParam;
+};
+
 class HeadlessWindowSystem : public WindowSystem {
  public:
   bool registerClass(const WNDCLASSA& windowClass) override { return windowClass.lpszClassName != nullptr; }
-  HWND createFrame(FrameClient*, const char*, const char*, uint32_t style, uint32_t exStyle, const RECT&) override {
+  HWND createFrame(FrameClient* client, const char*, const char*, uint32_t style, uint32_t exStyle,
+                   const RECT&) override {
     style_ = style;
     exStyle_ = exStyle;
-    return new HWND__;
+    std::lock_guard<std::mutex> hold(lock_);
+    frame_ = new HWND__;
+    client_ = client;
+    return frame_;
   }
   void showFrame(HWND) override {}
-  void setTimer(HWND, uint32_t, uint32_t) override {}
-  void killTimer(HWND, uint32_t) override {}
-  void destroyFrame(HWND frame) override { delete frame; }
+  void setTimer(HWND, uint32_t id, uint32_t milliseconds) override {
+    std::lock_guard<std::mutex> hold(lock_);
+    timerId_ = id;
+    period_ = std::chrono::milliseconds(milliseconds);
+    due_ = Clock::now() + period_;
+  }
+  void killTimer(HWND, uint32_t id) override {
+    std::lock_guard<std::mutex> hold(lock_);
+    if (id == timerId_) timerId_ = 0;
+  }
+  void destroyFrame(HWND frame) override {
+    std::lock_guard<std::mutex> hold(lock_);
+    if (frame == frame_) {
+      frame_ = nullptr;
+      client_ = nullptr;
+      timerId_ = 0;
+      queue_.clear();
+    }
+    delete frame;
+  }
   intptr_t defaultMessage(HWND, uint32_t, uintptr_t, intptr_t) override { return 0; }
-  bool pumpMessages() override { return true; }
-  bool dispatchNext(bool*) override { return false; }
+  void postMessage(HWND frame, uint32_t message, uintptr_t wParam, intptr_t lParam) override {
+    std::lock_guard<std::mutex> hold(lock_);
+    if (frame == frame_) queue_.push_back(Posted{message, wParam, lParam});
+  }
+  uint32_t hostMessage() override { return WM_APP + 0x3FFF; }
+  bool pumpMessages() override {
+    bool quit = false;
+    while (dispatchNext(&quit) && !quit) {
+    }
+    return !quit;
+  }
+  // Posted messages first, then the timer's tick when it is due.
+  bool dispatchNext(bool* quit) override {
+    Posted next{};
+    FrameClient* client;
+    HWND frame;
+    {
+      std::lock_guard<std::mutex> hold(lock_);
+      if (!queue_.empty()) {
+        next = queue_.front();
+        queue_.pop_front();
+      } else if (timerId_ && Clock::now() >= due_) {
+        next = Posted{WM_TIMER, timerId_, 0};
+        due_ += period_;
+      } else {
+        return false;
+      }
+      client = client_;
+      frame = frame_;
+    }
+    if (next.message == WM_QUIT) *quit = true;
+    else if (client) client->frameMessage(frame, next.message, next.wParam, next.lParam);
+    return true;
+  }
   bool waitForWork(Thread* thread, EventHandle gate) override {
     while (waitThread(thread, 0)) {
-      if (waitEvent(gate, kGateLookMilliseconds)) return !waitThread(thread, kGateLookMilliseconds);
+      if (waitEvent(gate, kGateLookMilliseconds)) {
+        if (hasWork()) return false;
+        waitThread(thread, kGateLookMilliseconds);
+      }
     }
     return true;
   }
@@ -84,9 +153,21 @@ class HeadlessWindowSystem : public WindowSystem {
   }
 
  private:
+  bool hasWork() {
+    std::lock_guard<std::mutex> hold(lock_);
+    return !queue_.empty() || (timerId_ && Clock::now() >= due_);
+  }
+
   uint32_t style_ = 0;
   uint32_t exStyle_ = 0;
   uint32_t priorityClass_ = NORMAL_PRIORITY_CLASS;
+  std::mutex lock_;  // the frame, its queue and its timer
+  HWND frame_ = nullptr;
+  FrameClient* client_ = nullptr;
+  std::deque<Posted> queue_;
+  uint32_t timerId_ = 0;  // 0: no timer
+  Clock::duration period_{};
+  Clock::time_point due_{};
 };
 
 HeadlessWindowSystem headless;

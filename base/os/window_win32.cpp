@@ -1,6 +1,8 @@
 // The window system over USER32 and GDI. Every frame, whatever its class, runs the frame
 // procedure, which hands each message to the host's frame logic; the class's own procedure
-// becomes the base handling that the logic calls.
+// becomes the base handling that the logic calls. The frame is a wide window, so that the system
+// gives it every character whatever its code page; the logic and the module's class procedure
+// get characters in Shift-JIS, as a window of code page 932 does.
 #include "base/os/window.h"
 
 #include <map>
@@ -19,8 +21,48 @@ constexpr WORD kIconId = 0x80;
 FrameClient* frameClient = nullptr;
 WNDPROC baseProcedure = nullptr;
 
+bool isCharacterMessage(UINT message) {
+  return message == WM_CHAR || message == WM_DEADCHAR || message == WM_SYSCHAR || message == WM_SYSDEADCHAR ||
+         message == WM_IME_CHAR;
+}
+
+// The wide character message that the frame's logic is handling now, in its Shift-JIS form.
+struct WideCharacter {
+  UINT message;
+  WPARAM wParam;
+  LPARAM lParam;
+  bool defaulted;  // the system's default handling has had it
+};
+WideCharacter* currentCharacter = nullptr;
+
+// One UTF-16 unit as code page 932 has it: one or two bytes, '?' for what it lacks.
+std::string shiftJisOf(wchar_t unit) {
+  char bytes[2];
+  int count = WideCharToMultiByte(kShiftJis, 0, &unit, 1, bytes, 2, nullptr, nullptr);
+  return count > 0 ? std::string(bytes, static_cast<size_t>(count)) : std::string("?");
+}
+
+// As a window of code page 932 gets a character: a double-byte one as one WM_IME_CHAR with the
+// lead byte above the trail byte, or as two messages of one byte each, lead byte first.
+LRESULT deliverCharacter(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+  std::string bytes = shiftJisOf(static_cast<wchar_t>(wParam));
+  WideCharacter wide{message, wParam, lParam, false};
+  WideCharacter* outer = currentCharacter;
+  currentCharacter = &wide;
+  LRESULT result = 0;
+  if (message == WM_IME_CHAR && bytes.size() == 2) {
+    result = frameClient->frameMessage(window, message,
+                                       static_cast<uint8_t>(bytes[0]) << 8 | static_cast<uint8_t>(bytes[1]), lParam);
+  } else {
+    for (char byte : bytes) result = frameClient->frameMessage(window, message, static_cast<uint8_t>(byte), lParam);
+  }
+  currentCharacter = outer;
+  return result;
+}
+
 LRESULT CALLBACK frameProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
   if (!frameClient) return DefWindowProcW(window, message, wParam, lParam);
+  if (isCharacterMessage(message)) return deliverCharacter(window, message, wParam, lParam);
   return frameClient->frameMessage(window, message, wParam, lParam);
 }
 
@@ -122,9 +164,32 @@ class User32WindowSystem : public WindowSystem {
     frameClient = nullptr;
   }
 
+  // A character goes to the module's procedure in Shift-JIS as it stands, not through the system
+  // code page's conversion of CallWindowProcA; the system's own handling gets it once, wide.
   intptr_t defaultMessage(HWND frame, uint32_t message, uintptr_t wParam, intptr_t lParam) override {
-    if (baseProcedure) return CallWindowProcA(baseProcedure, frame, message, wParam, lParam);
-    return DefWindowProcW(frame, message, wParam, lParam);
+    if (currentCharacter && message == currentCharacter->message) {
+      if (baseProcedure) return baseProcedure(frame, message, wParam, lParam);
+      if (currentCharacter->defaulted) return 0;
+      currentCharacter->defaulted = true;
+      return DefWindowProcW(frame, message, currentCharacter->wParam, currentCharacter->lParam);
+    }
+    if (!baseProcedure) return DefWindowProcW(frame, message, wParam, lParam);
+    LRESULT result = CallWindowProcA(baseProcedure, frame, message, wParam, lParam);
+    // The module's procedure has had the window's text in the system code page, which may lack
+    // its characters: the window keeps the text itself, as it was given.
+    if (message == WM_NCCREATE && result)
+      DefWindowProcW(frame, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(reinterpret_cast<CREATESTRUCTW*>(lParam)->lpszName));
+    else if (message == WM_SETTEXT)
+      DefWindowProcW(frame, WM_SETTEXT, 0, lParam);
+    return result;
+  }
+
+  void postMessage(HWND frame, uint32_t message, uintptr_t wParam, intptr_t lParam) override {
+    PostMessageW(frame, message, wParam, lParam);
+  }
+  uint32_t hostMessage() override {
+    static const UINT message = RegisterWindowMessageW(L"Z.P.K.Frame.Host");
+    return message;
   }
 
   bool pumpMessages() override {

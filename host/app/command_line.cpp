@@ -11,15 +11,13 @@ constexpr uint32_t kQuote = '"';
 
 char asciiUpper(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; }
 
-bool isLeadByte(uint8_t byte) { return (byte >= 0x80 && byte <= 0x9F) || byte >= 0xE0; }
-
 // Compares without regard to ASCII case; the trail byte of a two-byte character is compared
 // as it stands.
 bool sameName(const std::string& name, const char* keyword) {
   size_t i = 0;
   for (; i < name.size() && keyword[i]; ++i) {
     if (asciiUpper(name[i]) != asciiUpper(keyword[i])) return false;
-    if (isLeadByte(static_cast<uint8_t>(name[i])) && ++i < name.size() && name[i] != keyword[i]) return false;
+    if (IsLeadByte(static_cast<uint8_t>(name[i])) && ++i < name.size() && name[i] != keyword[i]) return false;
   }
   return i == name.size() && !keyword[i];
 }

@@ -16,8 +16,7 @@ constexpr uint32_t kCurrentDirectoryLength = 0x3FF;
 }  // namespace
 
 std::string debugRecordFileNameOf(const std::string& modulePath, const std::string& moduleDirectory) {
-  size_t nameStart = modulePath.find_last_of("\\/");
-  std::string title = modulePath.substr(nameStart == std::string::npos ? 0 : nameStart + 1);
+  std::string title = modulePath.substr(directoryOf(modulePath).size());
   size_t stop = title.rfind('.');
   if (stop != std::string::npos) title.erase(stop);
   return moduleDirectory + title + ".drt";
@@ -35,10 +34,11 @@ CZPKApp::~CZPKApp() {
   vkUninitialize();
 }
 
-bool CZPKApp::InitInstance(const std::string& commandLine) {
+bool CZPKApp::InitInstance(const os::SystemText& commandLine) {
   debugFlag_ = 0;
   baseDirectoryGiven_ = false;
-  CommandLine line = scanCommandLine(commandLine);
+  refusedCommandLine_ = commandLine.complete ? std::string() : commandLine.text;
+  CommandLine line = scanCommandLine(commandLine.complete ? commandLine.text : std::string());
   for (const std::string& text : line.debugLines) os::debugOutput(text.c_str());
   moduleFileName_ = line.moduleName;
   baseDirectory_ = line.baseDirectory;
@@ -47,10 +47,21 @@ bool CZPKApp::InitInstance(const std::string& commandLine) {
   return true;
 }
 
+// A path that the engine could only name changed is no path: the start ends with a message.
+int CZPKApp::RefuseText(const char* what, const std::string& shown) {
+  std::string text = std::string(what) + "\x81\x75" + shown + "\x81\x76" + zpk_text::kNotShiftJis;  // 「」
+  os::messageBox(text.c_str(), zpk_text::kLoaderCaption, MB_ICONEXCLAMATION);
+  return 1;
+}
+
 int CZPKApp::Run() {
-  if (moduleFileName_.empty() &&
-      !os::chooseFileToOpen(kModuleFilter, ".zpe", OFN_HIDEREADONLY | OFN_OVERWRITEPROMPT, &moduleFileName_))
-    return 0;
+  if (!refusedCommandLine_.empty()) return RefuseText(zpk_text::kCommandLine, refusedCommandLine_);
+  if (moduleFileName_.empty()) {
+    os::SystemText chosen;
+    if (!os::chooseFileToOpen(kModuleFilter, ".zpe", OFN_HIDEREADONLY | OFN_OVERWRITEPROMPT, &chosen)) return 0;
+    if (!chosen.complete) return RefuseText("", chosen.text);
+    moduleFileName_ = chosen.text;
+  }
   if (module_.Load(moduleFileName_.c_str()) != CZPKModule::kLoaded) {
     os::messageBox(module_.GetLastErrorMessage(), zpk_text::kLoaderCaption, MB_ICONEXCLAMATION);
     return 0;
@@ -61,7 +72,9 @@ int CZPKApp::Run() {
   if (baseDirectoryGiven_) {
     // A directory that cannot be entered is not reported: the working directory stays.
     os::setCurrentDirectory(baseDirectory_.c_str());
-    baseDirectory_ = os::currentDirectory(kCurrentDirectoryLength);
+    os::SystemText entered = os::currentDirectory(kCurrentDirectoryLength);
+    if (!entered.complete) return RefuseText(zpk_text::kBaseDirectory, entered.text);
+    baseDirectory_ = entered.text;
     char separator = !baseDirectory_.empty() && baseDirectory_[0] == '/' ? '/' : '\\';
     if (!baseDirectory_.empty() && baseDirectory_.back() != separator) baseDirectory_ += separator;
     module_.SetBaseDirectory(baseDirectory_.c_str());

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <string>
 
+#include "base/os/os.h"
 #include "host/frame/message_loop.h"
 #include "host/frame/start_handshake.h"
 #include "host/module/zpk_module.h"
@@ -20,8 +21,9 @@ class CZPKApp {
   CZPKApp(const CZPKApp&) = delete;
   CZPKApp& operator=(const CZPKApp&) = delete;
 
-  // Scans `commandLine` (Shift-JIS, without the program's name). Always true.
-  bool InitInstance(const std::string& commandLine);
+  // Scans `commandLine` (Shift-JIS, without the program's name). Always true. A command line
+  // that Shift-JIS cannot hold is not scanned: Run refuses it.
+  bool InitInstance(const os::SystemText& commandLine);
   // The process's exit code.
   int Run();
 
@@ -29,7 +31,11 @@ class CZPKApp {
   const std::string& GetDebugRecordFileName() const { return debugRecordFileName_; }
 
  private:
+  // Shows that a text from the system cannot be written in Shift-JIS; the exit code.
+  int RefuseText(const char* what, const std::string& shown);
+
   std::string moduleFileName_;
+  std::string refusedCommandLine_;  // with its missing characters marked; empty when none
   uint32_t debugFlag_ = 0;  // nothing sets it in this configuration
   std::string debugRecordFileName_;
   bool baseDirectoryGiven_ = false;

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "host/display_environment.h"
+#include "host/frame/message_loop.h"
 
 namespace {
 
@@ -97,12 +98,32 @@ ZPKWndProc CMainFrame::SetWndMessageProc(uint32_t message, ZPKWndProc procedure)
   return previous;
 }
 
+// While the message loop waits, stopped or between turns, messages that other threads send are
+// answered, so that the module thread's own window operations cannot deadlock. Such a message
+// reaches no hook and changes nothing of the display: an activation among them is posted back
+// and done, with its hooks, when the loop dispatches again under its lock.
+bool CMainFrame::IsHeld() {
+  MessageLoop* loop = MessageLoop::Current();
+  return loop && loop->IsWaiting();
+}
+
 intptr_t CMainFrame::frameMessage(HWND window, uint32_t message, uintptr_t wParam, intptr_t lParam) {
+  if (message == system_.hostMessage()) {  // an activation that was held
+    OnActivate(window, static_cast<uint32_t>(wParam & 0xFFFF), reinterpret_cast<HWND>(lParam));
+    CallHooks(window, WM_ACTIVATE, wParam, lParam);
+    return 0;
+  }
   // An emulated display mode shows the picture scaled: the game sees its own coordinates.
   if (carriesClientPoint(message)) {
     if (std::optional<PictureScale> scale = Scale()) lParam = packPoint(scale->ToPicture(unpackPoint(lParam)));
   }
-  intptr_t result = HandleMessage(window, message, wParam, lParam);
+  bool held = IsHeld();
+  intptr_t result = HandleMessage(window, message, wParam, lParam, held);
+  if (!held) CallHooks(window, message, wParam, lParam);
+  return result;
+}
+
+void CMainFrame::CallHooks(HWND window, uint32_t message, uintptr_t wParam, intptr_t lParam) {
   uint32_t wValue = static_cast<uint32_t>(wParam);
   int32_t lValue = static_cast<int32_t>(lParam);
 
@@ -113,7 +134,7 @@ intptr_t CMainFrame::frameMessage(HWND window, uint32_t message, uintptr_t wPara
   }
   if (top.procedure) top.procedure(top.context, window, message, wValue, lValue);
   if (ZPKWndProc procedure = mainProcedure_.load()) procedure(window, message, wValue, lValue);
-  if (!active_ && message != WM_ACTIVATE) return result;
+  if (!active_ && message != WM_ACTIVATE) return;
 
   ZPKWndProc procedure = nullptr;
   {
@@ -122,12 +143,12 @@ intptr_t CMainFrame::frameMessage(HWND window, uint32_t message, uintptr_t wPara
     if (at != messages_.end() && *at == message) procedure = procedures_[static_cast<size_t>(at - messages_.begin())];
   }
   if (procedure) procedure(window, message, wValue, lValue);
-  return result;
 }
 
-intptr_t CMainFrame::HandleMessage(HWND window, uint32_t message, uintptr_t wParam, intptr_t lParam) {
+intptr_t CMainFrame::HandleMessage(HWND window, uint32_t message, uintptr_t wParam, intptr_t lParam, bool held) {
   switch (message) {
     case WM_PAINT: {
+      if (held) return 0;  // the area stays invalid and is painted when the loop runs again
       std::optional<PictureScale> scale = Scale();
       os::ScaledPicture picture{};
       if (scale) picture = os::ScaledPicture{scale->picture, scale->destination};
@@ -148,12 +169,12 @@ intptr_t CMainFrame::HandleMessage(HWND window, uint32_t message, uintptr_t wPar
       if (style & WS_MAXIMIZE)
         system_.setWindowPos(window, -system_.systemMetric(SM_CXDLGFRAME), -system_.systemMetric(SM_CYDLGFRAME), 0,
                              0, SWP_NOSIZE | SWP_NOZORDER);
-      if (clip_) ApplyClip();
+      if (clip_ && !held) ApplyClip();
       return result;
     }
     case WM_SIZE: {
       intptr_t result = system_.defaultMessage(window, message, wParam, lParam);
-      if (clip_) ApplyClip();
+      if (clip_ && !held) ApplyClip();
       return result;
     }
     case WM_PALETTECHANGED: {
@@ -167,7 +188,10 @@ intptr_t CMainFrame::HandleMessage(HWND window, uint32_t message, uintptr_t wPar
       return 0;
     case WM_ACTIVATE: {
       intptr_t result = system_.defaultMessage(window, message, wParam, lParam);
-      OnActivate(window, static_cast<uint32_t>(wParam & 0xFFFF), reinterpret_cast<HWND>(lParam));
+      if (held)
+        system_.postMessage(window, system_.hostMessage(), wParam, lParam);
+      else
+        OnActivate(window, static_cast<uint32_t>(wParam & 0xFFFF), reinterpret_cast<HWND>(lParam));
       return result;
     }
     default:
@@ -189,8 +213,8 @@ void CMainFrame::OnActivate(HWND window, uint32_t state, HWND other) {
   } else {
     if (active_) return;
     active_ = 1;
-    if (pendingFullScreen_) ChangeDisplayMode(width_, height_, 0);
-    if (clip_) ApplyClip();
+    bool changed = pendingFullScreen_ && ChangeDisplayMode(width_, height_, 0) == 0;  // a change clips
+    if (clip_ && !changed) ApplyClip();
     if (system_.priorityClass() == IDLE_PRIORITY_CLASS) system_.setPriorityClass(savedPriorityClass_);
   }
 }
@@ -234,6 +258,7 @@ uint32_t CMainFrame::ChangeDisplayMode(uint32_t width, uint32_t height, uint32_t
   system_.styles(window_, &savedStyle_, &savedExStyle_);
   if (KDisplayEnvironment::Change(width, height, depth ? depth : requestDepth_) != 0) return 1;
   EnterFullScreenWindow();
+  if (clip_) ApplyClip();  // the frame's own WM_SIZE does not renew it while the loop waits
   return 0;
 }
 
@@ -246,6 +271,7 @@ uint32_t CMainFrame::RestoreDisplayMode() {
   fullScreen_ = 0;
   KDisplayEnvironment::Restore();
   LeaveFullScreenWindow();
+  if (clip_) ApplyClip();
   return 0;
 }
 

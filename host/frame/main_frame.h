@@ -66,7 +66,8 @@ class CMainFrame : public os::FrameClient, public ViewHost {
 
   // The window procedure: the frame's own handling, then the top of the stack, the main
   // procedure and, while the game is active or for WM_ACTIVATE, the message's procedure. The
-  // answer is always that of the frame's own handling.
+  // answer is always that of the frame's own handling. While the message loop waits outside its
+  // lock, only the frame's own handling answers; an activation is done when the loop runs again.
   intptr_t frameMessage(HWND window, uint32_t message, uintptr_t wParam, intptr_t lParam) override;
 
   // ViewHost
@@ -86,8 +87,13 @@ class CMainFrame : public os::FrameClient, public ViewHost {
     ZPKWndProcEx procedure;
   };
 
-  // The base handling with the frame's handlers.
-  intptr_t HandleMessage(HWND window, uint32_t message, uintptr_t wParam, intptr_t lParam);
+  // Whether a message now is one that the waiting message loop answers: no hooks, no display work.
+  static bool IsHeld();
+  // The base handling with the frame's handlers; `held` leaves out the paint, the clip's renewal
+  // and the activation's work, which is posted back for the loop.
+  intptr_t HandleMessage(HWND window, uint32_t message, uintptr_t wParam, intptr_t lParam, bool held);
+  // The top of the stack, the main procedure and, while active or for WM_ACTIVATE, the message's.
+  void CallHooks(HWND window, uint32_t message, uintptr_t wParam, intptr_t lParam);
   void OnActivate(HWND window, uint32_t state, HWND other);
   void ApplyClip();
   void EnterFullScreenWindow();

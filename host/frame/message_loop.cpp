@@ -26,7 +26,11 @@ bool MessageLoop::IsGateOpen() { return os::waitEvent(gate_, 0); }
 
 void MessageLoop::Run(os::WindowSystem& system, os::Thread* moduleThread) {
   bool quit = false;
-  while (!quit && !system.waitForWork(moduleThread, gate_)) {
+  while (!quit) {
+    waiting_ = true;
+    bool ended = system.waitForWork(moduleThread, gate_);
+    waiting_ = false;
+    if (ended) break;
     os::Lock hold(lock_);
     // The count is looked at before each message, so a stop holds from the next one on.
     while (!quit && stopCount_ == 0 && system.dispatchNext(&quit)) {

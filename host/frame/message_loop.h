@@ -28,6 +28,10 @@ class MessageLoop {
   // The main thread: dispatches messages, whenever the gate is open, until `moduleThread` ends or
   // WM_QUIT arrives. It sleeps only while there is nothing to do: no message, or a stop.
   void Run(os::WindowSystem& system, os::Thread* moduleThread);
+  // True while Run waits outside its lock, stopped or between turns. Messages that other threads
+  // send are answered meanwhile, so that a module thread working on the window is not stuck; the
+  // frame answers them without hooks and without touching the display.
+  bool IsWaiting() const { return waiting_; }
 
   // The loop of the running application, which the exports serve; null when none runs.
   static MessageLoop* Current();
@@ -35,6 +39,7 @@ class MessageLoop {
 
  private:
   std::atomic<int32_t> stopCount_{0};
+  std::atomic<bool> waiting_{false};
   os::EventHandle gate_;     // manual reset, set at first
   os::CriticalSection lock_;  // held while a message is handled
 };

@@ -4,20 +4,27 @@
 #include <cstring>
 #include <new>
 
+#include "files/string_stream.h"
 #include "host/module/zpk_text.h"
 
 namespace {
 
 bool isSeparator(char c) { return c == '\\' || c == '/'; }
 
-// The full path cut behind its last separator, separator included.
+}  // namespace
+
+// The full path cut behind its last separator, separator included. The trail byte of a
+// two-byte character may be a backslash's code (ソ, 表): it separates nothing.
 std::string directoryOf(const std::string& path) {
-  size_t cut = path.size();
-  while (cut > 0 && !isSeparator(path[cut - 1])) --cut;
+  size_t cut = 0;
+  for (size_t at = 0; at < path.size(); ++at) {
+    if (IsLeadByte(static_cast<uint8_t>(path[at])))
+      ++at;
+    else if (isSeparator(path[at]))
+      cut = at + 1;
+  }
   return path.substr(0, cut);
 }
-
-}  // namespace
 
 CZPKModule::CZPKModule(ModulePlatform& platform) : platform_(platform), lastMessage_(zpk_text::kSuccess) {}
 
@@ -43,6 +50,10 @@ int32_t CZPKModule::Load(const char* path) {
   if (file->Open(path, FILE_READ | FILE_SHARE_READ) != 0) {
     delete file;
     return Fail(kCannotOpen, zpk_text::kCannotOpen, path);
+  }
+  if (!*file->GetPath()) {  // a full path that Shift-JIS cannot hold: the base directory would be wrong
+    delete file;
+    return Fail(kCannotOpen, (std::string(zpk_text::kFullPath) + zpk_text::kNotShiftJis).c_str(), path);
   }
   return LoadFile(file, file->GetPath());
 }

@@ -14,6 +14,9 @@
 #include "host/module/module_platform.h"
 #include "host/module/zpe_format.h"
 
+// The directory of a full path (Shift-JIS), its last separator included: a module's base directory.
+std::string directoryOf(const std::string& path);
+
 class CZPKModule {
  public:
   // Load statuses.

@@ -73,6 +73,9 @@ TEST(DebugRecordFileNameTest, DirectoryTitleAndExtension) {
   EXPECT_EQ(debugRecordFileNameOf("C:\\games\\my.game.zpe", "C:\\games\\"), "C:\\games\\my.game.drt");
   EXPECT_EQ(debugRecordFileNameOf("C:\\games\\module", "C:\\games\\"), "C:\\games\\module.drt");
   EXPECT_EQ(debugRecordFileNameOf("/tmp/x.zpe", "/tmp/"), "/tmp/x.drt");
+  // ソフト\表.zpe: the trail bytes of ソ and 表 have the backslash's code.
+  EXPECT_EQ(debugRecordFileNameOf("C:\\\x83\x5C\\\x95\x5C.zpe", "C:\\\x83\x5C\\"), "C:\\\x83\x5C\\\x95\x5C.drt");
+  EXPECT_EQ(directoryOf("C:\\\x83\x5C\\\x95\x5C.zpe"), "C:\\\x83\x5C\\");
 }
 
 }  // namespace

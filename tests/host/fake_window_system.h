@@ -1,15 +1,18 @@
 // A window system for the frame's tests: it records what the host asks of it, sends messages to
 // the frame's logic as the system would, keeps a queue of posted messages for the message loop,
-// and has metrics of its own. Handles are the frame's number, counted from 1.
+// answers messages that other threads send while the loop waits, and has metrics of its own.
+// Handles are the frame's number, counted from 1.
 #pragma once
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <deque>
 #include <mutex>
 #include <optional>
 #include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "base/os/os.h"
@@ -83,13 +86,29 @@ class FakeWindowSystem : public os::WindowSystem {
     send(WM_ACTIVATE, active ? WA_ACTIVE : WA_INACTIVE, reinterpret_cast<intptr_t>(other));
   }
   // Posts a message for the message loop; any thread.
-  void post(uint32_t message) {
+  void post(uint32_t message, uintptr_t wParam = 0, intptr_t lParam = 0) {
     std::lock_guard<std::mutex> hold(queueLock_);
-    queue_.push_back(message);
+    queue_.push_back(Message{message, wParam, lParam});
   }
   size_t posted() {
     std::lock_guard<std::mutex> hold(queueLock_);
     return queue_.size();
+  }
+  // Sends a message from another thread, as SendMessage does: the loop's thread handles it in its
+  // wait or before its next posted message, and this waits for the answer (false on a timeout).
+  bool sendFromOtherThread(uint32_t message, uintptr_t wParam = 0, intptr_t lParam = 0) {
+    {
+      std::lock_guard<std::mutex> hold(queueLock_);
+      sent_.push_back(Message{message, wParam, lParam});
+    }
+    for (uint32_t waited = 0; waited < kTimeoutMilliseconds; ++waited) {
+      {
+        std::lock_guard<std::mutex> hold(queueLock_);
+        if (sent_.empty() && !answering_) return true;
+      }
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return false;
   }
 
   bool registerClass(const WNDCLASSA& windowClass) override {
@@ -127,6 +146,8 @@ class FakeWindowSystem : public os::WindowSystem {
     defaultMessages.push_back(message);
     return kDefaultAnswer;
   }
+  void postMessage(HWND, uint32_t message, uintptr_t wParam, intptr_t lParam) override { post(message, wParam, lParam); }
+  uint32_t hostMessage() override { return kHostMessage; }
 
   bool pumpMessages() override {
     bool quit = false;
@@ -135,21 +156,23 @@ class FakeWindowSystem : public os::WindowSystem {
     return !quit;
   }
   bool dispatchNext(bool* quit) override {
-    uint32_t message;
+    answerSent();
+    Message next;
     {
       std::lock_guard<std::mutex> hold(queueLock_);
       if (queue_.empty()) return false;
-      message = queue_.front();
+      next = queue_.front();
       queue_.pop_front();
     }
-    if (message == WM_QUIT)
+    if (next.message == WM_QUIT)
       *quit = true;
     else
-      send(message);
+      send(next.message, next.wParam, next.lParam);
     return true;
   }
   bool waitForWork(os::Thread* thread, os::EventHandle gate) override {
     for (;;) {
+      answerSent();
       if (!os::waitThread(thread, 0)) return true;
       if (os::waitEvent(gate, 1) && posted() > 0) return false;
       os::waitThread(thread, 1);
@@ -217,11 +240,37 @@ class FakeWindowSystem : public os::WindowSystem {
   void fillDefaultClass(WNDCLASSA* windowClass) override { *windowClass = WNDCLASSA{}; }
 
   static constexpr intptr_t kDefaultAnswer = 77;
+  static constexpr uint32_t kHostMessage = 0xC123;
   static inline HDC const kPaintContext = reinterpret_cast<HDC>(0x1000);
 
  private:
+  struct Message {
+    uint32_t message;
+    uintptr_t wParam;
+    intptr_t lParam;
+  };
+
+  // Handles what other threads sent, on the calling thread.
+  void answerSent() {
+    for (;;) {
+      Message next;
+      {
+        std::lock_guard<std::mutex> hold(queueLock_);
+        if (sent_.empty()) return;
+        next = sent_.front();
+        sent_.pop_front();
+        answering_ = true;
+      }
+      send(next.message, next.wParam, next.lParam);
+      std::lock_guard<std::mutex> hold(queueLock_);
+      answering_ = false;
+    }
+  }
+
   std::mutex queueLock_;
-  std::deque<uint32_t> queue_;
+  std::deque<Message> queue_;
+  std::deque<Message> sent_;
+  bool answering_ = false;
 };
 
 }  // namespace runa1_test

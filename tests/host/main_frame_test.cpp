@@ -610,4 +610,99 @@ TEST(MessageLoopTest, MessagesWaitWhileStoppedAndTheLoopEndsWithTheModuleThreadO
   ZPK_SetMainWndProc(nullptr);
 }
 
+
+// Runs the loop on a thread of its own, as the main thread, until the module's stand-in ends.
+class LoopOnItsThread {
+ public:
+  LoopOnItsThread(MessageLoop& loop, os::WindowSystem& windows)
+      : module_(os::startThread([](void* run) { os::waitEvent(static_cast<LoopRun*>(run)->done); }, &run_)),
+        main_([&loop, &windows, this] { loop.Run(windows, module_); }) {}
+  ~LoopOnItsThread() {
+    os::setEvent(run_.done);
+    main_.join();
+    os::closeThread(module_);
+  }
+
+ private:
+  LoopRun run_;
+  os::Thread* module_;
+  std::thread main_;
+};
+
+template <typename Condition>
+bool waitUntil(Condition condition) {
+  for (int i = 0; i < 2500 && !condition(); ++i) std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  return condition();
+}
+
+TEST(MessageLoopTest, WhileTheLoopIsStoppedSentMessagesAreAnsweredWithoutHooksOrDisplayWork) {
+  FakeWindowSystem windows;
+  windows.activateOnShow = false;
+  CMainFrame frame(windows);
+  ASSERT_TRUE(frame.Create(nullptr, "Held", 0, 0, RECT{}));
+  MessageLoop loop;
+  MessageLoop::SetCurrent(&loop);
+  windows.activate(true);
+  frame.ClipCursor(true);
+  ZPK_SetMainWndProc(mainProcedure);
+  ZPK_SetWndMessageProc(WM_ACTIVATE, activateProcedure);
+  heard.clear();
+  size_t clips = windows.clips.size();
+  auto activations = [&] { return std::count(windows.defaultMessages.begin(), windows.defaultMessages.end(), WM_ACTIVATE); };
+  long activationsBefore = activations();
+  {
+    loop.Stop();
+    LoopOnItsThread running(loop, windows);
+    // The module thread's own window work is answered: no deadlock, and the frame's own answers.
+    MINMAXINFO info{};
+    ASSERT_TRUE(windows.sendFromOtherThread(WM_GETMINMAXINFO, 0, reinterpret_cast<intptr_t>(&info)));
+    EXPECT_EQ(info.ptMaxSize.x, 640 + 2 * 3);
+    ASSERT_TRUE(windows.sendFromOtherThread(WM_USER + 3));
+    // Another thread's activation, a size and a paint change nothing until the restart.
+    ASSERT_TRUE(windows.sendFromOtherThread(WM_ACTIVATE, WA_INACTIVE, 0));
+    ASSERT_TRUE(windows.sendFromOtherThread(WM_SIZE));
+    ASSERT_TRUE(windows.sendFromOtherThread(WM_PAINT));
+    EXPECT_TRUE(heard.empty()) << "no hook hears a message while the loop is stopped";
+    EXPECT_TRUE(frame.IsActive()) << "the activation's display work waits";
+    EXPECT_EQ(windows.priority, NORMAL_PRIORITY_CLASS);
+    EXPECT_EQ(windows.clips.size(), clips) << "the clip stays as the module thread left it";
+    EXPECT_TRUE(windows.paints.empty()) << "the area stays invalid";
+    EXPECT_EQ(activations(), activationsBefore + 1) << "the system's own handling answered";
+
+    loop.Restart();
+    EXPECT_TRUE(waitUntil([&] { return !frame.IsActive(); })) << "the restart brings the activation";
+  }
+  EXPECT_EQ(windows.priority, IDLE_PRIORITY_CLASS);
+  ASSERT_FALSE(windows.clips.empty());
+  EXPECT_FALSE(windows.clips.back().has_value()) << "the clip released in the background";
+  EXPECT_EQ(heard, (std::vector<std::string>{"main 6", "deactivate 6"})) << "the hooks hear it after the restart";
+  EXPECT_EQ(activations(), activationsBefore + 1) << "the base handling is not repeated";
+  ZPK_SetMainWndProc(nullptr);
+  MessageLoop::SetCurrent(nullptr);
+}
+
+#ifndef _WIN32
+std::atomic<int> timerTicks{0};
+uint32_t RUNA1_API tickProcedure(HWND, uint32_t message, uint32_t wParam, int32_t) {
+  if (message == WM_TIMER && wParam == CMainFrame::kTimerId) ++timerTicks;
+  return 0;
+}
+
+TEST(MessageLoopTest, TheHeadlessWindowSystemTicksTheHooksOnceASecond) {
+  os::WindowSystem& headless = os::windowSystem();
+  CMainFrame frame(headless);
+  ASSERT_TRUE(frame.Create(nullptr, "Ticks", 0, 0, RECT{}));
+  MessageLoop loop;
+  timerTicks = 0;
+  ZPK_SetMainWndProc(tickProcedure);
+  {
+    LoopOnItsThread running(loop, headless);
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    EXPECT_EQ(timerTicks, 0) << "not before the second is over";
+    EXPECT_TRUE(waitUntil([] { return timerTicks >= 1; }));
+  }
+  ZPK_SetMainWndProc(nullptr);
+}
+#endif
+
 }  // namespace

@@ -6,12 +6,15 @@
 
 #define MESSAGE_PROBE (WM_USER + 1)
 #define MESSAGE_WHILE_STOPPED (WM_USER + 2)
+#define MESSAGE_SENT_WHILE_STOPPED (WM_USER + 3)
 
 static char order[16];
 static volatile LONG orderLength;
 static volatile LONG timerTicks;
 static volatile LONG closesSeen;
 static volatile LONG stoppedMessageSeen;
+static volatile LONG sentWhileStoppedSeen;
+static volatile LONG deactivations;
 static char stackContext[] = "stack";
 
 static void note(char what) {
@@ -29,12 +32,18 @@ static uint32_t __stdcall mainProcedure(HWND window, uint32_t message, uint32_t 
   if (message == WM_TIMER && wParam == 1) __sync_add_and_fetch(&timerTicks, 1);
   if (message == WM_CLOSE) __sync_add_and_fetch(&closesSeen, 1);
   if (message == MESSAGE_WHILE_STOPPED) stoppedMessageSeen = 1;
+  if (message == MESSAGE_SENT_WHILE_STOPPED) __sync_add_and_fetch(&sentWhileStoppedSeen, 1);
   return 6;
 }
 
 static uint32_t __stdcall probeProcedure(HWND window, uint32_t message, uint32_t wParam, int32_t lParam) {
   note('P');
   return 7;
+}
+
+static uint32_t __stdcall activateProcedure(HWND window, uint32_t message, uint32_t wParam, int32_t lParam) {
+  if ((wParam & 0xFFFF) == WA_INACTIVE) __sync_add_and_fetch(&deactivations, 1);
+  return 0;
 }
 
 static int same(const char* a, const char* b) {
@@ -45,6 +54,16 @@ static int same(const char* a, const char* b) {
 /* Waits up to two seconds for *flag to become nonzero. */
 static int waitFor(volatile LONG* flag) {
   for (int i = 0; i < 200 && !*flag; ++i) Sleep(10);
+  return *flag != 0;
+}
+
+/* The same, while this thread's own window gets its messages, as a thread with a window must. */
+static int waitPumping(volatile LONG* flag) {
+  MSG message;
+  for (int i = 0; i < 500 && !*flag; ++i) {
+    while (PeekMessageA(&message, NULL, 0, 0, PM_REMOVE)) DispatchMessageA(&message);
+    Sleep(10);
+  }
   return *flag != 0;
 }
 
@@ -73,6 +92,12 @@ static void checkHooks(HWND window) {
   report("message-procedure-removed", ZPK_SetWndMessageProc(MESSAGE_PROBE, NULL) == probeProcedure);
 }
 
+/* A service thread of the module sends to the frame while the module thread holds the stop. */
+static uint32_t __stdcall sendFromServiceThread(uint32_t window) {
+  SendMessageA((HWND)window, MESSAGE_SENT_WHILE_STOPPED, 0, 0);
+  return 1;
+}
+
 static void checkStops(HWND window) {
   report("change-refused-while-running", ZPK_ChangeDisplayMode(1024, 768) == 1);
   report("clip-refused-while-running", ZPK_ClipCursor(1) == 1);
@@ -82,6 +107,12 @@ static void checkStops(HWND window) {
   PostMessageA(window, MESSAGE_WHILE_STOPPED, 0, 0);
   Sleep(300);
   report("stopped-holds-messages", !stoppedMessageSeen);
+  /* Sent messages are answered, so nothing deadlocks, but no hook hears them while stopped. */
+  SendMessageA(window, MESSAGE_SENT_WHILE_STOPPED, 0, 0);
+  ZPKTHREAD sender = ZPK_BeginThread(sendFromServiceThread, (uint32_t)window, 0, 0);
+  report("stopped-answers-sends", WaitForSingleObject(ZPK_GetThreadHandle(sender), 5000) == WAIT_OBJECT_0);
+  ZPK_EndThread(sender);
+  report("stopped-sends-reach-no-hook", sentWhileStoppedSeen == 0);
   /* The start clipped the cursor to the client area. */
   report("clip-was-on", ZPK_ClipCursor(1) == 1);
   RECT client, clip;
@@ -113,6 +144,27 @@ static void checkStops(HWND window) {
   report("nested-stop-holds", !stoppedMessageSeen);
   ZPK_RestartMessageLoop();
   report("restart-delivers", waitFor(&stoppedMessageSeen));
+  report("answered-sends-stay-answered", sentWhileStoppedSeen == 0);
+}
+
+/* Full screen, then a window of this thread takes the foreground while the loop is stopped: the
+ * frame's deactivation, and with it the return of the desktop, waits for the restart. */
+static void checkActivationWhileStopped(HWND window) {
+  ZPK_SetWndMessageProc(WM_ACTIVATE, activateProcedure);
+  ZPK_StopMessageLoop();
+  report("full-screen-again", ZPK_ChangeDisplayMode(1024, 768) == 0);
+  HWND other = CreateWindowExA(0, "STATIC", "Other", WS_POPUP | WS_VISIBLE, 0, 0, 50, 50, NULL, NULL, NULL, NULL);
+  SetForegroundWindow(other);
+  Sleep(300);
+  LONG style = GetWindowLongA(window, GWL_STYLE);
+  report("other-window-in-front", other != NULL && GetForegroundWindow() == other);
+  report("stopped-deactivation-waits", deactivations == 0 && (style & WS_MAXIMIZE));
+  ZPK_RestartMessageLoop();
+  report("restart-brings-deactivation", waitPumping(&deactivations));
+  style = GetWindowLongA(window, GWL_STYLE);
+  report("background-gives-desktop-back", !(style & WS_MAXIMIZE));
+  DestroyWindow(other);
+  ZPK_SetWndMessageProc(WM_ACTIVATE, NULL);
 }
 
 uint32_t __stdcall StartingProc(ZPKMODULE module) {
@@ -124,6 +176,7 @@ uint32_t __stdcall StartingProc(ZPKMODULE module) {
   report("main-window", window != NULL && ZPK_GetMainWindow() == window);
   checkHooks(window);
   checkStops(window);
+  checkActivationWhileStopped(window);
   ZPK_SetMainWndProc(NULL);
   File_CloseFile(logFile);
   return 0;

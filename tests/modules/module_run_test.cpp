@@ -162,8 +162,10 @@ TEST(ModuleRunTest, HooksHearTheFrameInOrderAndTheStoppedLoopGivesTheModuleTheWi
                    "close-answered", "close-seen-by-hooks", "close-keeps-window", "close-other-context",
                    "close-own-context", "message-procedure-removed", "change-refused-while-running",
                    "clip-refused-while-running", "restore-refused-while-running", "stopped-holds-messages",
+                   "stopped-answers-sends", "stopped-sends-reach-no-hook", "answered-sends-stay-answered",
                    "clip-was-on", "clip-is-client-area", "clip-off", "change", "full-screen", "restore", "windowed",
-                   "nested-stop-holds", "restart-delivers"});
+                   "nested-stop-holds", "restart-delivers", "full-screen-again", "other-window-in-front",
+                   "stopped-deactivation-waits", "restart-brings-deactivation", "background-gives-desktop-back"});
 }
 
 TEST(ModuleRunTest, TheWindowShowsTheCompositionOfTheScreens) {
