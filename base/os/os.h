@@ -229,6 +229,8 @@ class CriticalSection {
   CriticalSection(const CriticalSection&) = delete;
   CriticalSection& operator=(const CriticalSection&) = delete;
   void lock();
+  // Takes the lock only if no other thread holds it.
+  bool tryLock();
   void unlock();
 
  private:

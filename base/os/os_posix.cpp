@@ -427,6 +427,7 @@ CriticalSection::CriticalSection() {
 
 CriticalSection::~CriticalSection() { pthread_mutex_destroy(&mutex_); }
 void CriticalSection::lock() { pthread_mutex_lock(&mutex_); }
+bool CriticalSection::tryLock() { return pthread_mutex_trylock(&mutex_) == 0; }
 void CriticalSection::unlock() { pthread_mutex_unlock(&mutex_); }
 
 }  // namespace os

@@ -281,6 +281,7 @@ void closeThread(Thread* thread) {
 CriticalSection::CriticalSection() { InitializeCriticalSection(&section_); }
 CriticalSection::~CriticalSection() { DeleteCriticalSection(&section_); }
 void CriticalSection::lock() { EnterCriticalSection(&section_); }
+bool CriticalSection::tryLock() { return TryEnterCriticalSection(&section_) != 0; }
 void CriticalSection::unlock() { LeaveCriticalSection(&section_); }
 
 }  // namespace os

@@ -11,6 +11,7 @@
 #include "host/exports/graphic.h"
 #include "host/exports/k3d.h"
 #include "host/exports/main_window.h"
+#include "host/exports/midi.h"
 #include "host/exports/module.h"
 #include "host/exports/molaq_image.h"
 #include "host/exports/numeric.h"
@@ -267,6 +268,17 @@ const ExportEntry kRows[] = {
     RUNA1_EXPORT_ROW(PCM_SetVolume, 12),
     RUNA1_EXPORT_ROW(PCM_IsPlaying, 4),
     // MIDI music
+    RUNA1_EXPORT_ROW(MIDI_OpenMidi, 4),
+    RUNA1_EXPORT_ROW(MIDI_ReadMidi, 8),
+    RUNA1_EXPORT_ROW(MIDI_Delete, 4),
+    RUNA1_EXPORT_ROW(MIDI_PlayMidi, 8),
+    RUNA1_EXPORT_ROW(MIDI_PauseMidi, 4),
+    RUNA1_EXPORT_ROW(MIDI_RestartMidi, 4),
+    RUNA1_EXPORT_ROW(MIDI_StopMidi, 4),
+    RUNA1_EXPORT_ROW(MIDI_SetVolume, 8),
+    RUNA1_EXPORT_ROW(MIDI_OutShortMsg, 8),
+    RUNA1_EXPORT_ROW(MIDI_OutLongMsg, 12),
+    RUNA1_EXPORT_ROW(MIDI_IsPlaying, 4),
     // Timers
     RUNA1_EXPORT_ROW(Timer_Create, 12),
     RUNA1_EXPORT_ROW(Timer_Delete, 4),

@@ -454,6 +454,26 @@ RUNA1_IMPORT(uint32_t) PCM_SetVolume(KPCMSOUND sound, uint32_t left, uint32_t ri
 RUNA1_IMPORT(uint32_t) PCM_IsPlaying(KPCMSOUND sound);
 
 /* ---- MIDI music --------------------------------------------------------------------------- */
+/* A Standard MIDI File played through the system's MIDI stream. An empty system exclusive event
+ * in the song marks where a looped song starts again. Volumes are 0 to 65535 and scale the
+ * song's own channel volumes. Results: 0, or 1 on failure. */
+typedef RUNA1_HANDLE MIDIMUSIC;
+/* With 0 makes a new object; opens the stream if it can, and gives the object either way. */
+RUNA1_IMPORT(MIDIMUSIC) MIDI_OpenMidi(MIDIMUSIC music);
+/* With 0 makes a new object. Null for a file that is not a MIDI file: the object, also a given
+ * one, is deleted then. */
+RUNA1_IMPORT(MIDIMUSIC) MIDI_ReadMidi(MIDIMUSIC music, KFILE file);
+RUNA1_IMPORT(uint32_t) MIDI_Delete(MIDIMUSIC music);
+RUNA1_IMPORT(uint32_t) MIDI_PlayMidi(MIDIMUSIC music, int32_t looped);
+RUNA1_IMPORT(uint32_t) MIDI_PauseMidi(MIDIMUSIC music);
+RUNA1_IMPORT(uint32_t) MIDI_RestartMidi(MIDIMUSIC music);
+/* Stops and closes the stream; the song stays and plays again from its start. */
+RUNA1_IMPORT(uint32_t) MIDI_StopMidi(MIDIMUSIC music);
+RUNA1_IMPORT(uint32_t) MIDI_SetVolume(MIDIMUSIC music, uint32_t volume);
+/* Messages sent at once; 0 without a stream. */
+RUNA1_IMPORT(uint32_t) MIDI_OutShortMsg(MIDIMUSIC music, uint32_t message);
+RUNA1_IMPORT(uint32_t) MIDI_OutLongMsg(MIDIMUSIC music, const void* data, uint32_t bytes);
+RUNA1_IMPORT(uint32_t) MIDI_IsPlaying(MIDIMUSIC music);
 
 /* ---- Timers ------------------------------------------------------------------------------- */
 /* Count-up timers: the count is the number of whole intervals (milliseconds each) since the

@@ -5,7 +5,7 @@
 set -eu
 sdk="$1" work="$2"
 fail() { echo "sdk_starter_test: $*" >&2; exit 1; }
-for file in bin/zpelink bin/arc bin/mqimage bin/textres include/runa1.h lib/libruna1_support.a \
+for file in bin/zpelink bin/arc bin/mqimage bin/textres bin/midirender include/runa1.h lib/libruna1_support.a \
             cmake/zpe_module.cmake cmake/runa1_toolchain.cmake starter/game.c starter/CMakeLists.txt; do
   [ -f "$sdk/$file" ] || fail "$file is missing from $sdk"
 done
