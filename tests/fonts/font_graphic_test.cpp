@@ -362,6 +362,7 @@ TEST_F(FontGraphicTest, FontGrphDeleteIsTheImageDelete) {
   FontGrph_SelectFont(image, font, 0);
   draw("あ");
   Graphic* picture = graphic_CreateBitmap(40, 20, 24);
+  std::memset(picture->Pixels(), 0, dibPitch(40, 24) * 20);  // new pixels hold whatever was there
   RGBQUAD red{0, 0, 255, 0};
   graphic_SetPaletteEntries(image, 1, 1, &red);
   EXPECT_EQ(graphic_DrawBitmapToBitmap(image, picture, 0, 0, nullptr, 0, 0), 0u);
