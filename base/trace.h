@@ -14,6 +14,7 @@
   CHANNEL(record)                     \
   CHANNEL(archive)                    \
   CHANNEL(sound)                      \
+  CHANNEL(midi)                       \
   CHANNEL(font)
 
 enum class TraceChannel : uint32_t {

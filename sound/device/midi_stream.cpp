@@ -37,7 +37,7 @@ uint32_t openMidiStream(MidiStream** stream, MidiStreamCallback callback, void* 
     if (wanted && *wanted && std::strcmp(wanted, backend->name()) != 0) continue;
     result = backend->open(stream, callback, instance);
     if (result == MMSYSERR_NOERROR) return result;
-    TraceMessage("MIDI: the %s stream did not open (%u)\n", backend->name(), result);
+    TraceMessage(TraceChannel::midi, "MIDI: the %s stream did not open (%u)\n", backend->name(), result);
   }
   return result;
 }
