@@ -188,10 +188,23 @@ class SaveMenu {
 
 bool validPage(int32_t page) { return page >= kFirstSavePage && page <= kLastSavePage; }
 
-// Shows the page and waits for the first event.
-void show(ScreenManager& manager) {
+// Builds `page` on `target` and shows it, ready for the player.
+ScreenManager& showPage(SaveMenu& menu, Graphic* target, int32_t page) {
+  ScreenManager& manager = menu.Screen().Manager();
+  manager.Attach(target, nullptr);
+  menu.BuildPage(page);
   manager.Repaint(nullptr);
   manager.Enable(true);
+  return manager;
+}
+
+// Waits for the next press of a button; false when the player cancelled instead.
+bool nextButton(ScreenManager& manager, ScreenEvent* event) {
+  for (;;) {
+    manager.GetEvent(event, os::kWaitForever);
+    if (event->message == kEventCancel) return false;
+    if (event->message == kEventButton && event->id >= 0) return true;
+  }
 }
 
 }  // namespace
@@ -200,21 +213,15 @@ int32_t RunSaveScreen(ScreenHost& host, Graphic* target, int32_t page) {
   if (!validPage(page)) return -1;
   SaveMenu menu(host, false);
   if (!menu.IsOpen()) return -1;
-  ScreenManager& manager = menu.Screen().Manager();
-  manager.Attach(target, nullptr);
-  menu.BuildPage(page);
-  show(manager);
-  for (;;) {
-    ScreenEvent event{};
-    manager.GetEvent(&event, os::kWaitForever);
-    if (event.message == kEventCancel) return -1;
-    if (event.message != kEventButton) continue;
+  ScreenManager& manager = showPage(menu, target, page);
+  ScreenEvent event{};
+  while (nextButton(manager, &event)) {
     if (event.id >= kPreviousPageId) return -1;
-    if (event.id < 0) continue;
     int32_t result = page * 10 + event.id;
     if (menu.Slot(event.id).status != kSlotValid) return result;
     if (menu.Screen().Confirm(target, format("disave%02d.bmp", event.id + 1).c_str())) return result;
   }
+  return -1;
 }
 
 int32_t RunLoadScreen(ScreenHost& host, Graphic* target, int32_t page) {
@@ -222,15 +229,9 @@ int32_t RunLoadScreen(ScreenHost& host, Graphic* target, int32_t page) {
   SaveMenu menu(host, true);
   if (!menu.IsOpen()) return -1;
   if (!pageHoldsSave(SaveFolder(host.WindowsDirectory()), page)) page = kFirstSavePage;
-  ScreenManager& manager = menu.Screen().Manager();
-  manager.Attach(target, nullptr);
-  menu.BuildPage(page);
-  show(manager);
-  for (;;) {
-    ScreenEvent event{};
-    manager.GetEvent(&event, os::kWaitForever);
-    if (event.message == kEventCancel) return -1;
-    if (event.message != kEventButton || event.id < 0) continue;
+  ScreenManager& manager = showPage(menu, target, page);
+  ScreenEvent event{};
+  while (nextButton(manager, &event)) {
     if (event.id == kBackId) return -1;
     if (event.id < kSlotsPerPage) return menu.Page() * 10 + event.id;
     manager.SetActive(false);
@@ -242,4 +243,5 @@ int32_t RunLoadScreen(ScreenHost& host, Graphic* target, int32_t page) {
     }
     manager.SetActive(true);
   }
+  return -1;
 }
