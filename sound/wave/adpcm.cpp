@@ -20,6 +20,9 @@ int16_t clamp16(int32_t value) { return static_cast<int16_t>(std::clamp(value, -
 
 constexpr int32_t kStepFactor[16] = {230, 230, 230, 230, 307, 409, 512, 614,
                                      768, 614, 512, 409, 307, 230, 230, 230};
+// A damaged block can grow the step without end. Past this bound every nonzero nibble saturates
+// the sample anyway; below it the products stay inside 32 bits.
+constexpr int32_t kMaxStep = 1 << 21;
 
 struct MsChannel {
   int32_t coefficient1, coefficient2, step, newer, older;
@@ -27,7 +30,7 @@ struct MsChannel {
     int32_t predicted = (newer * coefficient1 + older * coefficient2) >> 8;
     int32_t signedNibble = static_cast<int32_t>(nibble) - ((nibble & 8) << 1);
     int16_t sample = clamp16(predicted + signedNibble * step);
-    step = std::max((kStepFactor[nibble] * step) >> 8, 16);
+    step = std::clamp((kStepFactor[nibble] * step) >> 8, 16, kMaxStep);
     older = newer;
     newer = sample;
     return sample;

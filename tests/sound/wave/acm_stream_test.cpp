@@ -157,4 +157,23 @@ TEST(AdpcmLayoutTest, RecordsThatDoNotFitTheirBlocksAreRefused) {
   EXPECT_FALSE(adpcmLayoutOf(&r.format, &layout));
 }
 
+TEST(AdpcmDecodeTest, AStepThatKeepsGrowingSaturatesInsteadOfOverflowing) {
+  AdpcmLayout layout{};
+  layout.tag = kWaveFormatMsAdpcm;
+  layout.channels = 1;
+  layout.blockAlign = 7 + 256;
+  layout.samplesPerBlock = 2 + 512;
+  layout.coefficientCount = 1;
+  layout.coefficients[0] = 256;  // predict the newer sample
+  std::vector<uint8_t> block(layout.blockAlign, 0x88);  // every nibble -8, the step's largest factor
+  block[0] = 0;
+  const int16_t step = 32767, newer = 0, older = 0;
+  std::memcpy(&block[1], &step, 2);
+  std::memcpy(&block[3], &newer, 2);
+  std::memcpy(&block[5], &older, 2);
+  std::vector<int16_t> frames(layout.samplesPerBlock);
+  ASSERT_TRUE(decodeAdpcmBlock(layout, block.data(), frames.data()));
+  EXPECT_TRUE(std::all_of(frames.begin() + 2, frames.end(), [](int16_t s) { return s == -32768; }));
+}
+
 }  // namespace
