@@ -1,11 +1,11 @@
 /* Plays the test movies in the main window while the runner plays the player. The movie runs
- * on this thread; a watcher thread reads the window's pixels back during the play and, for each
- * key or click, writes "do N VERB X Y" (client coordinates) to the log and waits for the
- * runner's file "done-N". frames.avi: 50 frames at 10 per second, frame N all of the grey
- * 20 + 4N; damaged.avi: the same cut off in its third frame. */
+ * on this thread; a watcher thread reads the window's pixels back during the play and asks the
+ * runner for keys and clicks (player_steps.h). frames.avi: 50 frames at 10 per second, frame N
+ * all of the grey 20 + 4N; damaged.avi: the same cut off in its third frame. */
 #include <windows.h>
 
 #include "../module_log.h"
+#include "../player_steps.h"
 
 #define WIDTH 640
 #define HEIGHT 480
@@ -13,7 +13,6 @@
 #define MOVIE_MILLISECONDS 5000
 
 static HWND window;
-static uint32_t step;
 
 /* What the watcher saw, read by this thread after the watcher has ended. */
 static volatile LONG watcherDone;
@@ -46,32 +45,6 @@ static int waitForFrame(int x, int y) {
   return -1;
 }
 
-/* Asks the runner to press a key or click at client (x, y) and waits until it has. */
-static void act(const char* verb, int x, int y) {
-  char done[] = "done-000";
-  ++step;
-  done[5] = (char)('0' + step / 100 % 10);
-  done[6] = (char)('0' + step / 10 % 10);
-  done[7] = (char)('0' + step % 10);
-  logText("do ");
-  logNumber(step);
-  logText(" ");
-  logText(verb);
-  logText(" ");
-  logNumber((uint32_t)x);
-  logText(" ");
-  logNumber((uint32_t)y);
-  logText("\n");
-  for (int attempt = 0; attempt < 200; ++attempt) {
-    KFILE file = File_OpenFile(done, FILE_READ);
-    if (file) {
-      File_CloseFile(file);
-      return;
-    }
-    Sleep(25);
-  }
-}
-
 /* The watcher of a play: two looks a second apart at (x, y), where the movie shows, one at
  * (outsideX, outsideY), then the actions. */
 struct Watch {
@@ -86,7 +59,7 @@ static uint32_t __stdcall watcher(uint32_t argument) {
   Sleep(1000);
   laterFrame = frameAt(watch.x, watch.y);
   outsideColour = pixel(watch.outsideX, watch.outsideY);
-  for (int i = 0; i < 3 && watch.actions[i]; ++i) act(watch.actions[i], watch.x, watch.y);
+  for (int i = 0; i < 3 && watch.actions[i]; ++i) act(watch.actions[i], watch.x, watch.y, 0);
   actionsDoneAt = GetTickCount();
   watcherDone = 1;
   return 0;
@@ -137,7 +110,7 @@ static void checkBadFiles(void) {
 
 static void checkPlaysToTheEnd(void) {
   RECT destination = {160, 120, 479, 359};
-  struct Watch look = {320, 240, 40, 40, {"key", "rclick", "lclick"}};
+  struct Watch look = {320, 240, 40, 40, {"escape", "rclick", "click"}};
   watch = look;
   uint32_t result;
   DWORD took = playWatched(&destination, 0, &result);
@@ -182,7 +155,7 @@ uint32_t __stdcall StartingProc(ZPKMODULE module) {
   Sleep(500);
   checkBadFiles();
   checkPlaysToTheEnd();
-  checkSkip("escape-skips", "key");
+  checkSkip("escape-skips", "escape");
   checkSkip("right-button-skips", "rclick");
   logText("end\n");
   File_CloseFile(logFile);
