@@ -8,6 +8,9 @@
 #include "screens/sound_config.h"
 #include "sound/mixer/pcm_sound.h"
 #include "tests/screens/screen_test_fixture.h"
+#include "tests/files/memory_file.h"
+#include "tests/sound/midi/midi_bytes.h"
+#include "tests/sound/midi/midi_player.h"
 #include "tools/screen_art/menus_art.h"
 #include "tools/screen_art/menus_look.h"
 
@@ -202,6 +205,31 @@ TEST_F(MenusTest, AMissingArchiveGivesMinusOneAndTheSoundConfigurationWritesNoth
   EXPECT_EQ(host.HookCount(), 0u);
 }
 
+TEST_F(MenusTest, MissingBitmapsLeaveTheirPlacesEmptyAndTheScreensCarryOn) {
+  MakeArt("MainMenu", screen_art::drawMainMenu, {"m", "di"});
+  MakeArt("Startup", screen_art::drawStartup, {"s1_"});
+  MakeArt("SoundCfg", screen_art::drawSoundConfig, {"option", "pcm", "mid", "tumami"});
+  StartMainMenu();
+  EXPECT_EQ(Pixel(MENU_ART_PANEL_LEFT + 2, MENU_ART_PANEL_TOP + 2), kBackgroundColour);
+  host.Click(mainButton(1).x, mainButton(1).y);  // a button without its image is no hit area
+  host.Click(mainButton(5).x, mainButton(5).y);  // neither
+  EXPECT_TRUE(Running());
+  host.Click(516 + 40, 430 + 20);
+  EXPECT_EQ(Result(), -1);
+
+  StartScreen([this] { return RunStartupMenu(host, target.get(), 1); });
+  EXPECT_EQ(Pixel(5, 5), STARTUP_ART_BACKGROUND_COLOUR(1));
+  host.Click(300, 170);
+  EXPECT_EQ(Result(), 0) << "the column's buttons have their size without their images";
+
+  ZPK_WriteProfileInt("Installed", "WaveBGMFile", 1);
+  StartSoundConfig();
+  EXPECT_EQ(Pixel(20, 20), kBackgroundColour);
+  host.Click(270 + 50, 84 + 18);
+  host.Click(474 + 6, 326 + 15);
+  LeaveAndExpectSaved(0, 8, 8, 3);
+}
+
 // Sound configuration: the knob's left edge for `value` on the row at `y` (16 pixels a step on
 // the volume rows, 32 on the message speed).
 constexpr int32_t kMusicRow = 162, kVoiceRow = 244, kSpeedRow = 326;
@@ -279,6 +307,37 @@ TEST_F(MenusTest, ArrowsAndDragsSetTheValuesAndTheMusicVolumeActsAtOnce) {
   wave.GetVolume(&left, &right);
   EXPECT_EQ(left, 1.0f);
   LeaveAndExpectSaved(1, 7, 6, 3);
+}
+
+TEST_F(MenusTest, TheMusicVolumeScalesThePlayingMidiSongAtOnce) {
+  VirtualMidiBackend device;
+  setMidiBackend(&device);
+  TrackBytes track;
+  track.at(0, {0x90, 60, 100}).at(0, {0xB3, 0x07, 40}).at(960, {0x90, 62, 100}).end();
+  MemoryFile file(midiFile(0, {track}, 96));
+  CMIDIMusic* midi = MIDI_ReadMidi(nullptr, &file);
+  ASSERT_NE(midi, nullptr);
+  ASSERT_EQ(MIDI_PlayMidi(midi, 0), 0u);
+  device.advance(0);
+  device.records.clear();
+  StartSoundConfig(midi, nullptr);
+  EXPECT_TRUE(device.records.empty()) << "nothing is sent before the player acts";
+
+  // The screen handles its events in order: once the voice knob has moved, the music volume
+  // of the arrow before has been sent.
+  host.Click(306 + 6, kMusicRow + 15);
+  host.Click(306 + 6, kVoiceRow + 15);
+  ASSERT_TRUE(Shows(knobX(7, 16) + 10, kVoiceRow + 10, SOUND_ART_KNOB_COLOUR));
+  std::vector<Heard> sent;
+  for (const MidiRecord& record : device.records)
+    if (record.kind == MidiRecord::kMessage && (record.word & 0xFFF0) == 0x07B0) sent.push_back({0, record.word, 0});
+  ASSERT_EQ(sent.size(), 16u) << "step 7 is 0x7FFF: every channel at half its volume";
+  EXPECT_EQ(sent[0].message, volumeWord(0, 49));
+  EXPECT_EQ(sent[3].message, volumeWord(3, 19));
+  host.Press(kRButtonDown);
+  Result();
+  MIDI_Delete(midi);
+  setMidiBackend(nullptr);
 }
 
 TEST(MusicVolumeOfStep, HalvesFromFullDownToStepZero) {
