@@ -94,12 +94,12 @@ void RunSoundConfigMenu(ScreenHost& host, Graphic* target, Graphic* background, 
   manager.Add(new ScreenButton(kExitPlace.x, kExitPlace.y, &kExitSize, nullptr, nullptr, nullptr), kExitId);
   ScreenHSlider* sliders[3];
   for (int row = 0; row < 3; ++row) {
-    const SliderRow& spec = kRows[row];
-    manager.Add(new ScreenButton(kLeftArrowX, spec.y, &kArrowSize, nullptr, nullptr, leftArrow), spec.id);
-    manager.Add(new ScreenButton(kRightArrowX, spec.y, &kArrowSize, nullptr, nullptr, rightArrow), spec.id + 1);
-    sliders[row] = new ScreenHSlider(kSliderX, spec.y, kTrackLength, knob, 0, spec.maximum, 1);
-    sliders[row]->SetValue(profileInt(kConfig, spec.entry, spec.defaultValue), nullptr);
-    manager.Add(sliders[row], spec.id + 2);
+    const SliderRow& setting = kRows[row];
+    manager.Add(new ScreenButton(kLeftArrowX, setting.y, &kArrowSize, nullptr, nullptr, leftArrow), setting.id);
+    manager.Add(new ScreenButton(kRightArrowX, setting.y, &kArrowSize, nullptr, nullptr, rightArrow), setting.id + 1);
+    sliders[row] = new ScreenHSlider(kSliderX, setting.y, kTrackLength, knob, 0, setting.maximum, 1);
+    sliders[row]->SetValue(profileInt(kConfig, setting.entry, setting.defaultValue), nullptr);
+    manager.Add(sliders[row], setting.id + 2);
   }
   manager.Repaint(nullptr);
   manager.Enable(true);
