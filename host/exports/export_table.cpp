@@ -11,6 +11,7 @@
 #include "host/exports/graphic.h"
 #include "host/exports/k3d.h"
 #include "host/exports/main_window.h"
+#include "host/exports/menus.h"
 #include "host/exports/midi.h"
 #include "host/exports/module.h"
 #include "host/exports/molaq_image.h"
@@ -294,6 +295,10 @@ const ExportEntry kRows[] = {
     // Menu screens
     RUNA1_EXPORT_ROW(Nodali_SaveContextMenu, 8),
     RUNA1_EXPORT_ROW(Nodali_LoadContextMenu, 8),
+    RUNA1_EXPORT_ROW(Nodali_MainMenu, 8),
+    RUNA1_EXPORT_ROW(Nodali_StartupMenu, 8),
+    RUNA1_EXPORT_ROW(Nodali_OmakeSelectMenu, 4),
+    RUNA1_EXPORT_ROW(Nodali_SoundConfigMenu, 16),
 };
 
 constexpr size_t kCount = sizeof(kRows) / sizeof(kRows[0]);

@@ -509,6 +509,17 @@ RUNA1_IMPORT(uint32_t) PlayMCIMovieFile(HWND parent, const char* fileName, RECT*
  * the pages 1 to 5; the result is page * 10 + slot. */
 RUNA1_IMPORT(int32_t) Nodali_SaveContextMenu(GRAPHIC target, int32_t page);
 RUNA1_IMPORT(int32_t) Nodali_LoadContextMenu(GRAPHIC target, int32_t page);
+/* Main menu ("MainMenu.arc"): 0, 1, 2, or 4 and 5 after a confirmation box, or -1; its help
+ * button opens "HELP\INDEX.HTML" of the screens' folder with the system's default action.
+ * Title screen ("Startup.arc") of `kind` 1 to 3: 0 to 3, or -1 (also for another `kind`).
+ * Bonus menu ("Startup.arc"): 0 or 1, or -1. */
+RUNA1_IMPORT(int32_t) Nodali_MainMenu(GRAPHIC target, GRAPHIC background);
+RUNA1_IMPORT(int32_t) Nodali_StartupMenu(GRAPHIC target, int32_t kind);
+RUNA1_IMPORT(int32_t) Nodali_OmakeSelectMenu(GRAPHIC target);
+/* Sound configuration ("SoundCfg.arc"): writes "Config" "BgmSelection", "VolumeOfBGM",
+ * "VolumeOfVoice" and "MessageSpeed" when the player leaves; the music volume (0xFFFF >> (8 -
+ * step)) acts at once on `midi` and `wave`, either of which may be null. */
+RUNA1_IMPORT(void) Nodali_SoundConfigMenu(GRAPHIC target, GRAPHIC background, MIDIMUSIC midi, KPCMSOUND wave);
 
 #ifdef __cplusplus
 }
