@@ -1,6 +1,6 @@
 /* The player's steps of an end-to-end test: the module writes "do N VERB X Y" (client
  * coordinates) to its log and waits for the runner's file "done-N"; player_steps.sh does the
- * step with xdotool. Include after module_log.h; needs KERNEL32 Sleep among the module's
+ * step with xdotool (or starts and stops a recording of the sound rig). Include after module_log.h; needs KERNEL32 Sleep among the module's
  * imports. */
 #ifndef PLAYER_STEPS_H
 #define PLAYER_STEPS_H
@@ -11,7 +11,7 @@ static uint32_t playerStep;
 
 /* Asks the runner to do VERB at client (x, y) and waits until it has, `settle` milliseconds
  * more for the window's thread to take the input. */
-static void act(const char* verb, int x, int y, uint32_t settle) {
+static void playerAct(const char* verb, int x, int y, uint32_t settle) {
   char done[] = "done-000";
   ++playerStep;
   done[5] = (char)('0' + playerStep / 100 % 10);

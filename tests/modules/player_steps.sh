@@ -4,7 +4,19 @@
 # Until process GAME ends, does each "do N VERB X Y" line of run.log (in the working directory)
 # with xdotool at client point (X, Y), the client origin coming from the log's "client LEFT TOP"
 # line, and answers it with the file done-N. VERB: move, click, rclick, press, release (the left
-# button), escape (the key; X and Y unused).
+# button), escape (the key; X and Y unused), record-start and record-stop (a recording of the
+# PulseAudio rig's sink into record-X.raw, scripts/pulse-record.sh).
+runa1_recorder="$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)/scripts/pulse-record.sh"
+
+# Waits up to ten seconds for FILE to appear.
+runa1_await_file() {
+  for _ in $(seq 200); do
+    [ -e "$1" ] && return 0
+    sleep 0.05
+  done
+  return 1
+}
+
 runa1_play_steps() {
   local game="$1" left= top= handled=0 line number verb x y at
   while kill -0 "$game" 2>/dev/null; do
@@ -23,6 +35,8 @@ runa1_play_steps() {
         press) xdotool mousemove $at sleep 0.1 mousedown 1 ;;
         release) xdotool mousemove $at sleep 0.1 mouseup 1 ;;
         escape) xdotool key Escape ;;
+        record-start) sh "$runa1_recorder" start "record-$x.raw" && runa1_await_file "record-$x.raw.started" ;;
+        record-stop) sh "$runa1_recorder" stop "record-$x.raw" && runa1_await_file "record-$x.raw.done" ;;
       esac
       touch "done-$(printf %03d "$number")"
       handled=$number

@@ -11,13 +11,13 @@
 #include <windows.h>
 
 #include "module_log.h"
+#include "player_steps.h"
 
 #define SCREEN_WIDTH 640
 #define SCREEN_HEIGHT 480
 
 static HWND window;
 static GRAPHIC target;
-static uint32_t step;
 
 /* The main window with a 24-bit picture of the screen's size shown in it; the runner learns
  * where its client area lies from the log line "client X Y". */
@@ -67,33 +67,8 @@ static int stillShows(const char* what, int x, int y, uint32_t colour) {
 }
 
 /* Asks the runner to move, click, press or release at client (x, y), or to start or stop
- * recording x, and waits until it has. */
-static void act(const char* verb, int x, int y) {
-  char done[] = "done-000";
-  ++step;
-  done[5] = (char)('0' + step / 100 % 10);
-  done[6] = (char)('0' + step / 10 % 10);
-  done[7] = (char)('0' + step % 10);
-  logText("do ");
-  logNumber(step);
-  logText(" ");
-  logText(verb);
-  logText(" ");
-  logNumber((uint32_t)x);
-  logText(" ");
-  logNumber((uint32_t)y);
-  logText("\n");
-  for (int attempt = 0; attempt < 600; ++attempt) {
-    KFILE file = File_OpenFile(done, FILE_READ);
-    if (file) {
-      File_CloseFile(file);
-      Sleep(300); /* the window's thread takes the input in its own time */
-      return;
-    }
-    Sleep(50);
-  }
-  logText("the runner did not act\n");
-}
+ * recording x, and waits until it has and the window's thread has taken the input. */
+static void act(const char* verb, int x, int y) { playerAct(verb, x, y, 300); }
 
 /* ---- A screen on its own thread ------------------------------------------------------------ */
 

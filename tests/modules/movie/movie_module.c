@@ -59,7 +59,7 @@ static uint32_t __stdcall watcher(uint32_t argument) {
   Sleep(1000);
   laterFrame = frameAt(watch.x, watch.y);
   outsideColour = pixel(watch.outsideX, watch.outsideY);
-  for (int i = 0; i < 3 && watch.actions[i]; ++i) act(watch.actions[i], watch.x, watch.y, 0);
+  for (int i = 0; i < 3 && watch.actions[i]; ++i) playerAct(watch.actions[i], watch.x, watch.y, 0);
   actionsDoneAt = GetTickCount();
   watcherDone = 1;
   return 0;
