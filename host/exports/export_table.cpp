@@ -17,6 +17,7 @@
 #include "host/exports/numeric.h"
 #include "host/exports/record_file.h"
 #include "host/exports/screens.h"
+#include "host/exports/sequences.h"
 #include "host/exports/pcm.h"
 #include "host/exports/services.h"
 #include "host/exports/string_stream.h"
@@ -292,6 +293,8 @@ const ExportEntry kRows[] = {
     // Menu screens
     RUNA1_EXPORT_ROW(Nodali_SaveContextMenu, 8),
     RUNA1_EXPORT_ROW(Nodali_LoadContextMenu, 8),
+    RUNA1_EXPORT_ROW(Nodali_PerformOpening, 16),
+    RUNA1_EXPORT_ROW(Nodali_PerformEnding, 16),
 };
 
 constexpr size_t kCount = sizeof(kRows) / sizeof(kRows[0]);

@@ -42,6 +42,11 @@ class MainWindowScreenHost : public ScreenHost {
 
 }  // namespace
 
+ScreenHost& mainWindowScreenHost() {
+  static MainWindowScreenHost host;
+  return host;
+}
+
 int32_t RUNA1_API Nodali_SaveContextMenu(Graphic* target, int32_t page) {
   MainWindowScreenHost host;
   return RunSaveScreen(host, target, page);

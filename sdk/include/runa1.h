@@ -501,6 +501,12 @@ RUNA1_IMPORT(uint32_t) Timer_Sleep(uint32_t milliseconds);
  * the pages 1 to 5; the result is page * 10 + slot. */
 RUNA1_IMPORT(int32_t) Nodali_SaveContextMenu(GRAPHIC target, int32_t page);
 RUNA1_IMPORT(int32_t) Nodali_LoadContextMenu(GRAPHIC target, int32_t page);
+/* The title sequence and the staff roll: pictures "bg6300.bmp" to "bg6690.bmp" from `images`,
+ * the ending's music "m11" (".wav" or ".mid" by the sound configuration) from `music`, the
+ * opening's sound from `sounds`; missing files or archives (null) only leave gaps. They run to
+ * their end and give 1 when the player cut them short with the right button, else 0. */
+RUNA1_IMPORT(int32_t) Nodali_PerformOpening(GRAPHIC target, KARCHIVE images, KARCHIVE music, KARCHIVE sounds);
+RUNA1_IMPORT(int32_t) Nodali_PerformEnding(GRAPHIC target, KARCHIVE images, KARCHIVE music, KARCHIVE sounds);
 
 #ifdef __cplusplus
 }

@@ -6,6 +6,7 @@
 
 #include "tools/screen_art/art_set.h"
 #include "tools/screen_art/save_menu_art.h"
+#include "tools/screen_art/sequence_art.h"
 
 namespace {
 
@@ -14,7 +15,18 @@ constexpr char kUsage[] =
     "  Draws the bitmaps of SCREEN, packs them into its archive in FOLDER and writes the\n"
     "  screens' cursor files Arrow.cur and GripHand.cur beside it.\n"
     "  SCREEN: save-menu (SaveMenu.arc, the save and load screens)\n"
+    "          sequences (Sequence.arc, the pictures of the opening and ending)\n"
     "  --leave-out PREFIX  leaves out the bitmaps whose names begin with PREFIX\n";
+
+struct Screen {
+  const char* name;
+  const char* archive;  // the archive's name without ".arc"
+  void (*draw)(screen_art::ArtSet& set);
+};
+constexpr Screen kScreens[] = {
+    {"save-menu", "SaveMenu", screen_art::drawSaveMenu},
+    {"sequences", "Sequence", screen_art::drawSequences},
+};
 
 }  // namespace
 
@@ -31,20 +43,24 @@ int main(int argc, char** argv) {
     }
     leaveOut.push_back(argv[++i]);
   }
-  if (argc < 3 || std::strcmp(argv[1], "save-menu") != 0) {
+  const Screen* screen = nullptr;
+  for (const Screen& candidate : kScreens)
+    if (argc >= 3 && std::strcmp(argv[1], candidate.name) == 0) screen = &candidate;
+  if (!screen) {
     std::fputs(kUsage, stderr);
     return 2;
   }
   std::filesystem::path folder = argv[2];
   std::error_code failure;
   std::filesystem::create_directories(folder, failure);
-  screen_art::ArtSet set(folder / "SaveMenu.tree", leaveOut);
-  screen_art::drawSaveMenu(set);
+  std::string archive = screen->archive;
+  screen_art::ArtSet set(folder / (archive + ".tree"), leaveOut);
+  screen->draw(set);
   std::string error;
-  if (!set.Pack((folder / "SaveMenu.arc").string(), &error) || !screen_art::writeScreenCursors(folder, &error)) {
+  if (!set.Pack((folder / (archive + ".arc")).string(), &error) || !screen_art::writeScreenCursors(folder, &error)) {
     std::fprintf(stderr, "screen_art: %s\n", error.c_str());
     return 1;
   }
-  std::filesystem::remove_all(folder / "SaveMenu.tree", failure);
+  std::filesystem::remove_all(folder / (archive + ".tree"), failure);
   return 0;
 }
