@@ -8,9 +8,12 @@
 #define SEQ_ART_FIRST 6300
 #define SEQ_ART_LAST 6690
 #define SEQ_ART_INDEX(number) (((number) - SEQ_ART_FIRST) / 10)
-/* 0xRRGGBB of picture `number`: no channel below 0x30, so that fades show in each. */
-#define SEQ_ART_COLOUR(number)                                                             \
-  ((unsigned)(0x30 + 5 * SEQ_ART_INDEX(number)) << 16 | (unsigned)(0xF0 - 5 * SEQ_ART_INDEX(number)) << 8 | \
+/* 0xRRGGBB of picture `number`: no channel below 0x30, so that fades show in each, and pictures
+ * next to each other far apart in red and green, so that a blend of two shows its share. */
+#define SEQ_ART_ODD(number) (SEQ_ART_INDEX(number) % 2)
+#define SEQ_ART_COLOUR(number)                                                                          \
+  ((unsigned)(SEQ_ART_ODD(number) ? 0x30 + 2 * SEQ_ART_INDEX(number) : 0xF0 - 2 * SEQ_ART_INDEX(number)) << 16 | \
+   (unsigned)(SEQ_ART_ODD(number) ? 0xE0 - 2 * SEQ_ART_INDEX(number) : 0x40 + 2 * SEQ_ART_INDEX(number)) << 8 |  \
    (unsigned)(0x60 + 0x10 * (SEQ_ART_INDEX(number) % 8)))
 
 /* Sizes: the title and the ending's pictures fill the screen; the opening's others are a band
