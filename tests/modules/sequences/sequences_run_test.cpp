@@ -237,9 +237,13 @@ TEST_F(SequencesRunTest, OpeningComposesPictures) {
 // The tall picture scrolls from its bottom to its top over 12 s, in proportion to the time.
 TEST_F(SequencesRunTest, OpeningScrollsAtItsPace) {
   const std::vector<Sample>& samples = log.samples["opening"];
+  // Readings of the picture itself, not of a blend that happens to carry the rows' mark: the band's
+  // point lies 190 rows further down the picture.
   std::vector<std::pair<double, double>> rows;  // (tick, row at the top left)
   for (const Sample& s : samples)
-    if (SEQ_ART_IS_ROW_COLOUR(s.topLeft)) rows.emplace_back(s.tick, SEQ_ART_ROW_OF(s.topLeft));
+    if (SEQ_ART_IS_ROW_COLOUR(s.topLeft) && SEQ_ART_IS_ROW_COLOUR(s.bandLeft) &&
+        SEQ_ART_ROW_OF(s.bandLeft) == SEQ_ART_ROW_OF(s.topLeft) + 190)
+      rows.emplace_back(s.tick, SEQ_ART_ROW_OF(s.topLeft));
   ASSERT_GT(rows.size(), 100u);
   EXPECT_NEAR(rows.front().second, 1450, 40) << "it starts at its bottom";
   EXPECT_EQ(rows.back().second, 10) << "and ends at rest at its top";
@@ -289,12 +293,17 @@ TEST_F(SequencesRunTest, SoundAndMusicAreHeard) {
   std::vector<audio::Span> sound = spans(880);
   ASSERT_EQ(sound.size(), 1u);
   EXPECT_NEAR(static_cast<double>(sound[0].length()), 50, 8) << "one second";
+  // The music's spans after the sound; on a busy machine Wine's stream may run dry now and then,
+  // so the music is taken from its first span to its last.
   std::vector<audio::Span> music = spans(660);
-  ASSERT_FALSE(music.empty());
-  const audio::Span& ending = music.back();
+  auto first = std::find_if(music.begin(), music.end(), [&](const audio::Span& m) { return m.begin > sound[0].end; });
+  ASSERT_NE(first, music.end()) << "the ending's music";
+  audio::Span ending{first->begin, music.back().end};
+  size_t heard = 0;
+  for (auto m = first; m != music.end(); ++m) heard += m->length();
+  EXPECT_GT(heard, ending.length() / 2) << "the music sounds through the ending";
   double played = (log.ticks["ending-end"] - log.ticks["ending-start"]) / 20.0;
   EXPECT_NEAR(static_cast<double>(ending.length()), played, 40) << "the music ends with the sequence";
-  EXPECT_GT(ending.begin, sound[0].end);
 }
 
 }  // namespace
