@@ -5,7 +5,7 @@
 
 #include "host/exports/archive.h"
 #include "host/exports/graphic.h"
-#include "host/exports/services.h"
+#include "screens/music_settings.h"
 
 namespace {
 
@@ -15,11 +15,6 @@ bool descend(KArcFileExp* archive, const std::string& name) {
 }
 
 }  // namespace
-
-int32_t effectiveMusicSelection() {
-  if (ZPK_GetProfileInt("Config", "BgmSelection", 1) != 0) return 1;
-  return ZPK_GetProfileInt("Installed", "WaveBGMFile", 0) != 0 ? 0 : 1;
-}
 
 SequencePlayer::SequencePlayer(ScreenHost& host, SequenceStage& stage, Graphic* target,
                                const SequenceArchives& archives)
@@ -155,7 +150,7 @@ void SequencePlayer::Wait(int32_t time) {
 }
 
 void SequencePlayer::Music(const char* name, int32_t position, int32_t repeat) {
-  if (effectiveMusicSelection() == 0) {
+  if (EffectiveMusicSource() == kWaveMusic) {
     if (!name) {
       music_.Stop();
     } else if (descend(archives_.music, std::string(name) + ".wav") && music_.ReadWaveFile(archives_.music) == 0) {

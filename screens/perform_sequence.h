@@ -11,7 +11,7 @@
 #include <span>
 
 #include "graphics/graphic.h"
-#include "screens/click_watch.h"
+#include "screens/screen_click_watch.h"
 #include "screens/perform_steps.h"
 #include "sound/midi/midi_music.h"
 #include "sound/mixer/pcm_sound.h"
@@ -95,7 +95,3 @@ class SequencePlayer {
   uint32_t clockBase_ = 0;
   int32_t lastMessage_ = 0;
 };
-
-// 1 for MIDI music, 0 for wave music: the profile's choice, where wave music needs the
-// installation's "WaveBGMFile".
-int32_t effectiveMusicSelection();

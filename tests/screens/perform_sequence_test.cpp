@@ -15,6 +15,7 @@
 #include "host/exports/archive.h"
 #include "host/exports/services.h"
 #include "host/exports/wave_mixer.h"
+#include "screens/music_settings.h"
 #include "sound/device/midi_virtual.h"
 #include "sound/mixer/mixing_service.h"
 #include "tests/screens/fake_screen_host.h"
@@ -348,7 +349,7 @@ TEST_F(PerformSequenceTest, MusicComesFromTheConfiguredSource) {
   for (const Case& c : cases) {
     ZPK_WriteProfileInt("Config", "BgmSelection", c.bgm);
     ZPK_WriteProfileInt("Installed", "WaveBGMFile", c.installed);
-    EXPECT_EQ(effectiveMusicSelection(), c.selection) << c.bgm << " " << c.installed;
+    EXPECT_EQ(EffectiveMusicSource(), c.selection) << c.bgm << " " << c.installed;
   }
 
   MakeArchives();

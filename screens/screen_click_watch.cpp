@@ -1,4 +1,4 @@
-#include "screens/click_watch.h"
+#include "screens/screen_click_watch.h"
 
 ScreenClickWatch::ScreenClickWatch(ScreenHost& host) : host_(host), signal_(os::createEvent(true, false)) {
   host_.OpenHook(Hook, this);
@@ -29,7 +29,7 @@ void ScreenClickWatch::OnWindowMessage(uint32_t message, uint32_t wParam, int32_
 
 int32_t ScreenClickWatch::WaitClick(uint32_t timeout) {
   bool signalled = timeout == os::kWaitForever ? (os::waitEvent(signal_), true) : os::waitEvent(signal_, timeout);
-  if (!signalled) return kNoClick;
+  if (!signalled) return -1;
   os::Lock hold(lock_);
   if (queue_.GetCount() == 0) {
     os::resetEvent(signal_);

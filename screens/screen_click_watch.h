@@ -11,9 +11,6 @@
 
 class ScreenClickWatch {
  public:
-  // What WaitClick gives when nothing was signalled in time.
-  static constexpr int32_t kNoClick = -1;
-
   // Hooks the main window until destruction.
   explicit ScreenClickWatch(ScreenHost& host);
   virtual ~ScreenClickWatch();
@@ -21,7 +18,7 @@ class ScreenClickWatch {
   ScreenClickWatch& operator=(const ScreenClickWatch&) = delete;
 
   // Waits up to `timeout` ms: the first queued press (WM_LBUTTONDOWN or WM_RBUTTONDOWN), 0 when
-  // signalled with an empty queue, kNoClick when nothing came.
+  // signalled with an empty queue, -1 when nothing came.
   int32_t WaitClick(uint32_t timeout);
 
   // The hook's work, on the window's thread.
