@@ -1,15 +1,13 @@
 #include "screens/sound_config.h"
 
-#include "host/exports/midi.h"
 #include "host/exports/services.h"
 #include "screens/menu_screen.h"
+#include "screens/music_settings.h"
 #include "sound/mixer/pcm_sound.h"
 
 namespace {
 
 constexpr const char* kConfig = "Config";
-constexpr const char* kInstalled = "Installed";
-constexpr int32_t kWaveMusic = 0, kMidiMusic = 1;
 
 constexpr int32_t kWaveId = 0, kMidiId = 1, kExitId = 2;
 constexpr SIZE kSourceButtonSize{105, 36};
@@ -33,7 +31,6 @@ constexpr SliderRow kRows[] = {
     {30, 326, "MessageSpeed", 2, 4},
 };
 constexpr int32_t kMusicVolumeRow = 0;
-constexpr int32_t kMaximumStep = 8;
 
 int32_t profileInt(const char* section, const char* entry, int32_t defaultValue) {
   return static_cast<int32_t>(ZPK_GetProfileInt(section, entry, static_cast<uint32_t>(defaultValue)));
@@ -54,13 +51,6 @@ void repaintButton(ScreenManager& manager, const ScreenButton* button, const Gra
 
 }  // namespace
 
-int32_t EffectiveBgmSelection() {
-  if (profileInt(kConfig, "BgmSelection", kMidiMusic) != 0) return kMidiMusic;
-  return profileInt(kInstalled, "WaveBGMFile", 0) != 0 ? kWaveMusic : kMidiMusic;
-}
-
-uint32_t MusicVolumeOfStep(int32_t step) { return static_cast<uint32_t>(0xFFFF >> (kMaximumStep - step)); }
-
 void RunSoundConfigMenu(ScreenHost& host, Graphic* target, Graphic* background, CMIDIMusic* midi, KPCMSound* wave) {
   MenuScreen screen(host, "SoundCfg.arc");
   if (!screen.IsOpen()) return;
@@ -79,8 +69,8 @@ void RunSoundConfigMenu(ScreenHost& host, Graphic* target, Graphic* background, 
   Graphic* rightArrow = images.Load("braron.bmp");
   screen.CloseArchive();
 
-  bool waveInstalled = profileInt(kInstalled, "WaveBGMFile", 0) != 0;
-  int32_t selection = EffectiveBgmSelection();
+  bool waveInstalled = WaveMusicInstalled();
+  int32_t selection = EffectiveMusicSource();
   ScreenManager& manager = screen.Manager();
   manager.Attach(target, background);
   manager.Add(new ScreenImage(0, 0, nullptr, option, false), -1);
@@ -127,14 +117,7 @@ void RunSoundConfigMenu(ScreenHost& host, Graphic* target, Graphic* background, 
         volumeChanged = volumeChanged || row == kMusicVolumeRow;
       }
     }
-    if (volumeChanged) {
-      uint32_t volume = MusicVolumeOfStep(sliders[kMusicVolumeRow]->GetValue());
-      if (midi) MIDI_SetVolume(midi, volume);
-      if (wave) {
-        float level = static_cast<float>(volume) * (1.0f / 65535.0f);
-        wave->SetVolume(level, level);
-      }
-    }
+    if (volumeChanged) ApplyMusicVolume(sliders[kMusicVolumeRow]->GetValue(), midi, wave);
   }
 
   ZPK_WriteProfileInt(kConfig, "BgmSelection", static_cast<uint32_t>(selection));

@@ -19,6 +19,7 @@
 #include "host/exports/numeric.h"
 #include "host/exports/record_file.h"
 #include "host/exports/screens.h"
+#include "host/exports/sequences.h"
 #include "host/exports/pcm.h"
 #include "host/exports/services.h"
 #include "host/exports/string_stream.h"
@@ -299,6 +300,8 @@ const ExportEntry kRows[] = {
     RUNA1_EXPORT_ROW(Nodali_StartupMenu, 8),
     RUNA1_EXPORT_ROW(Nodali_OmakeSelectMenu, 4),
     RUNA1_EXPORT_ROW(Nodali_SoundConfigMenu, 16),
+    RUNA1_EXPORT_ROW(Nodali_PerformOpening, 16),
+    RUNA1_EXPORT_ROW(Nodali_PerformEnding, 16),
 };
 
 constexpr size_t kCount = sizeof(kRows) / sizeof(kRows[0]);

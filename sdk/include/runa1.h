@@ -520,6 +520,12 @@ RUNA1_IMPORT(int32_t) Nodali_OmakeSelectMenu(GRAPHIC target);
  * "VolumeOfVoice" and "MessageSpeed" when the player leaves; the music volume (0xFFFF >> (8 -
  * step)) acts at once on `midi` and `wave`, either of which may be null. */
 RUNA1_IMPORT(void) Nodali_SoundConfigMenu(GRAPHIC target, GRAPHIC background, MIDIMUSIC midi, KPCMSOUND wave);
+/* The title sequence and the staff roll: pictures "bg6300.bmp" to "bg6690.bmp" from `images`,
+ * the ending's music "m11" (".wav" or ".mid" by the sound configuration) from `music`, the
+ * opening's sound from `sounds`; missing files or archives (null) only leave gaps. They run to
+ * their end and give 1 when the player cut them short with the right button, else 0. */
+RUNA1_IMPORT(int32_t) Nodali_PerformOpening(GRAPHIC target, KARCHIVE images, KARCHIVE music, KARCHIVE sounds);
+RUNA1_IMPORT(int32_t) Nodali_PerformEnding(GRAPHIC target, KARCHIVE images, KARCHIVE music, KARCHIVE sounds);
 
 #ifdef __cplusplus
 }

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "screens/main_menu.h"
+#include "screens/music_settings.h"
 #include "screens/sound_config.h"
 #include "sound/mixer/pcm_sound.h"
 #include "tests/screens/screen_test_fixture.h"
@@ -202,7 +203,7 @@ TEST_F(MenusTest, WithoutWaveMusicTheSelectionIsMidiAndTheDefaultsAreSaved) {
 TEST_F(MenusTest, TheSourceButtonsFlipTheSelectionWhenWaveMusicIsInstalled) {
   ZPK_WriteProfileInt("Installed", "WaveBGMFile", 1);
   ZPK_WriteProfileInt("Config", "BgmSelection", 0);
-  EXPECT_EQ(EffectiveBgmSelection(), 0);
+  EXPECT_EQ(EffectiveMusicSource(), kWaveMusic);
   StartSoundConfig();
   EXPECT_EQ(Pixel(270 + 50, 84 + 18), SOUND_ART_WAVE_COLOUR(1));
   EXPECT_EQ(Pixel(270 + 50, 84), SOUND_ART_PANEL_COLOUR) << "the source buttons' alpha";
@@ -290,11 +291,11 @@ TEST_F(MenusTest, TheMusicVolumeScalesThePlayingMidiSongAtOnce) {
   setMidiBackend(nullptr);
 }
 
-TEST(MusicVolumeOfStep, HalvesFromFullDownToStepZero) {
-  EXPECT_EQ(MusicVolumeOfStep(8), 0xFFFFu);
-  EXPECT_EQ(MusicVolumeOfStep(7), 0x7FFFu);
-  EXPECT_EQ(MusicVolumeOfStep(1), 0x1FFu);
-  EXPECT_EQ(MusicVolumeOfStep(0), 0xFFu);
+TEST(MusicVolumeLevel, HalvesFromFullDownToStepZero) {
+  EXPECT_EQ(MusicVolumeLevel(8), 0xFFFFu);
+  EXPECT_EQ(MusicVolumeLevel(7), 0x7FFFu);
+  EXPECT_EQ(MusicVolumeLevel(1), 0x1FFu);
+  EXPECT_EQ(MusicVolumeLevel(0), 0xFFu);
 }
 
 }  // namespace

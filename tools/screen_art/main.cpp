@@ -7,6 +7,7 @@
 #include "tools/screen_art/art_set.h"
 #include "tools/screen_art/menus_art.h"
 #include "tools/screen_art/save_menu_art.h"
+#include "tools/screen_art/sequence_art.h"
 
 namespace {
 
@@ -21,6 +22,7 @@ constexpr Screen kScreens[] = {
     {"main-menu", "MainMenu", screen_art::drawMainMenu},
     {"startup", "Startup", screen_art::drawStartup},
     {"sound-config", "SoundCfg", screen_art::drawSoundConfig},
+    {"sequences", "Sequence", screen_art::drawSequences},
 };
 
 constexpr char kUsage[] =
@@ -29,7 +31,7 @@ constexpr char kUsage[] =
     "  screens' cursor files Arrow.cur and GripHand.cur beside it.\n"
     "  SCREEN: save-menu (SaveMenu.arc, the save and load screens), main-menu (MainMenu.arc),\n"
     "          startup (Startup.arc, the title screens and the bonus menu), sound-config\n"
-    "          (SoundCfg.arc)\n"
+    "          (SoundCfg.arc), sequences (Sequence.arc, the pictures of the opening and ending)\n"
     "  --leave-out PREFIX  leaves out the bitmaps whose names begin with PREFIX\n";
 
 }  // namespace
