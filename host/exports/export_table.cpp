@@ -8,6 +8,7 @@
 #include "host/exports/drawing_core.h"
 #include "host/exports/file.h"
 #include "host/exports/font.h"
+#include "host/exports/galleries.h"
 #include "host/exports/graphic.h"
 #include "host/exports/k3d.h"
 #include "host/exports/main_window.h"
@@ -292,6 +293,8 @@ const ExportEntry kRows[] = {
     // Menu screens
     RUNA1_EXPORT_ROW(Nodali_SaveContextMenu, 8),
     RUNA1_EXPORT_ROW(Nodali_LoadContextMenu, 8),
+    RUNA1_EXPORT_ROW(Nodali_MusicMode, 8),
+    RUNA1_EXPORT_ROW(Nodali_CGMode, 16),
 };
 
 constexpr size_t kCount = sizeof(kRows) / sizeof(kRows[0]);

@@ -6,6 +6,11 @@
 #include <cstdint>
 
 #include "graphics/graphic.h"
+#include "screens/screen_host.h"
+
+// The screens' host in the product: the main window through its exports, the pointer through
+// the platform.
+ScreenHost& mainWindowScreenHost();
 
 extern "C" {
 // page * 10 + slot of the chosen save slot, or -1; `page` is 1 to 5.

@@ -501,6 +501,14 @@ RUNA1_IMPORT(uint32_t) Timer_Sleep(uint32_t milliseconds);
  * the pages 1 to 5; the result is page * 10 + slot. */
 RUNA1_IMPORT(int32_t) Nodali_SaveContextMenu(GRAPHIC target, int32_t page);
 RUNA1_IMPORT(int32_t) Nodali_LoadContextMenu(GRAPHIC target, int32_t page);
+/* The music mode ("musicmod.arc"): plays the tracks "m01" to "m14" of `music`, ".wav" or ".mid"
+ * as "Config" "BgmSelection" says ("Installed" "WaveBGMFile" not 0 lets the player choose the
+ * waves); stores "BgmSelection" and "VolumeOfBGM" at its end. The CG mode ("cgmode.arc"): the
+ * thumbnails of the positions whose word in `flags` (`count` words) is not 0, and a viewer of the
+ * pictures "bg<500 + position><variant digit>.bmp" of `pictures` for each set bit. Both give
+ * the id of the last button pressed (0 or 10 for their exit buttons), or -1. */
+RUNA1_IMPORT(int32_t) Nodali_MusicMode(GRAPHIC target, KARCHIVE music);
+RUNA1_IMPORT(int32_t) Nodali_CGMode(GRAPHIC target, KARCHIVE pictures, const uint32_t* flags, uint32_t count);
 
 #ifdef __cplusplus
 }

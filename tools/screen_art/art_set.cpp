@@ -1,5 +1,6 @@
 #include "tools/screen_art/art_set.h"
 
+#include <fstream>
 #include <utility>
 
 #include "tools/arc/arc.h"
@@ -31,6 +32,13 @@ void ArtSet::Variants(const std::string& stem, const Canvas& off, const Canvas& 
   Bitmap(stem + "on.bmp", on);
   if (!error_.empty() || !Wanted(stem + "a.bmp")) return;
   writeAlphaBitmap(off, (tree_ / (stem + "a.bmp")).string(), &error_);
+}
+
+void ArtSet::File(const std::string& name, const std::string& bytes) {
+  if (!error_.empty() || !Wanted(name)) return;
+  std::ofstream file(tree_ / name, std::ios::binary);
+  file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  if (!file) error_ = (tree_ / name).string() + ": cannot be written";
 }
 
 bool ArtSet::Pack(const std::string& archive, std::string* error) {
