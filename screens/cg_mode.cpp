@@ -138,7 +138,9 @@ class CGMode {
     {
       ScreenPanner panner(host_, target_);
       RECT view = target_->ViewRectangle();
+      host_.StopMessageLoop();
       graphic_DrawFullRectangle(target_, &view, 0, 0, 0);
+      host_.RestartMessageLoop();
       Graphic picture(kMadeObjectConversion);
       for (uint32_t bit = 0;; bit = (bit + 1) % 32) {
         while (!(variants >> bit & 1)) bit = (bit + 1) % 32;

@@ -77,10 +77,17 @@ void ScreenPanner::SetPicture(Graphic* picture) {
   offset_ = POINT{0, 0};
   largest_ = POINT{0, 0};
   if (!picture) return;
-  largest_.x = std::max(0, picture->Header().biWidth - target_->Header().biWidth);
-  largest_.y = std::max(0, picture->Header().biHeight - target_->Header().biHeight);
-  graphic_DrawBitmapToBitmap(picture, target_, 0, 0, nullptr, 0, 0);
+  largest_.x = std::max<int32_t>(0, picture->Header().biWidth - target_->Header().biWidth);
+  largest_.y = std::max<int32_t>(0, picture->Header().biHeight - target_->Header().biHeight);
+  Draw();
   host_.Invalidate();
+}
+
+// The window does not paint while the target is written.
+void ScreenPanner::Draw() {
+  host_.StopMessageLoop();
+  graphic_DrawBitmapToBitmap(picture_, target_, -offset_.x, -offset_.y, nullptr, 0, 0);
+  host_.RestartMessageLoop();
 }
 
 // The mouse has no place here, only motion: moving it right shows what lies to the left.
@@ -96,9 +103,11 @@ void ScreenPanner::OnWindowMessage(uint32_t message, uint32_t wParam, int32_t lP
     offset_.x = std::clamp<int32_t>(offset_.x + kCentre.x - x, 0, largest_.x);
     offset_.y = std::clamp<int32_t>(offset_.y + kCentre.y - y, 0, largest_.y);
     if ((offset_.x != old.x || offset_.y != old.y) && picture_) {
-      graphic_DrawBitmapToBitmap(picture_, target_, -offset_.x, -offset_.y, nullptr, 0, 0);
+      Draw();
       host_.Scroll(old.x - offset_.x, old.y - offset_.y);
     }
   }
-  CentrePointer();
+  // Where the pointer is already, it stays: under Wine a move to the same point is reported as
+  // a motion again, and the moves would follow each other for ever.
+  if (x != kCentre.x || y != kCentre.y) CentrePointer();
 }

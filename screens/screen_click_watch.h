@@ -58,6 +58,8 @@ class ScreenPanner : public ScreenClickWatch {
 
  private:
   void CentrePointer();
+  // Draws the picture into the target from the offset.
+  void Draw();
 
   Graphic* target_;
   Graphic* picture_ = nullptr;
