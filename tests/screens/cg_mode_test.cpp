@@ -8,6 +8,7 @@
 
 #include "files/koral_archive.h"
 #include "host/exports/archive.h"
+#include "screens/screen_click_watch.h"
 #include "tests/screens/screen_run.h"
 #include "tools/screen_art/gallery_art.h"
 #include "tools/screen_art/gallery_look.h"
@@ -171,6 +172,31 @@ TEST_F(CGModeTest, AShortTableStandsLowerAndMissingOrLockedFilesShowNothing) {
 
   ZPK_WriteProfileString("Installed", "BinDir", folder.file("nothing").c_str());
   EXPECT_EQ(RunCGMode(host, target.get(), pictures, flags.data(), 5), -1);
+  EXPECT_EQ(host.HookCount(), 0u);
+}
+
+TEST(ScreenClickWatchTest, ItHidesThePointerAndQueuesPressesOfBothButtonsInOrder) {
+  FakeScreenHost host;
+  {
+    ScreenClickWatch watch(host);
+    ASSERT_EQ(host.HookCount(), 1u);
+    EXPECT_EQ(watch.WaitClick(10), -1) << "nothing pressed yet";
+    host.cursor = fakeCursor(FakeScreenHost::kArrow);
+    host.Deliver(kSetCursor, 0, 0);
+    EXPECT_EQ(host.cursor, nullptr);
+    host.Deliver(kMouseMove, 0, packPoint(5, 5));
+    host.Deliver(kLButtonUp, 0, packPoint(5, 5));
+    host.Deliver(kRButtonDown, 0, packPoint(5, 5));
+    host.Deliver(kLButtonDown, 0, packPoint(5, 5));
+    EXPECT_EQ(watch.WaitClick(os::kWaitForever), static_cast<int32_t>(kRButtonDown));
+    EXPECT_EQ(watch.WaitClick(os::kWaitForever), static_cast<int32_t>(kLButtonDown));
+    EXPECT_EQ(watch.WaitClick(10), -1) << "moves and releases are not queued";
+
+    auto later = std::async(std::launch::async, [&] { return watch.WaitClick(os::kWaitForever); });
+    os::sleep(20);
+    host.Deliver(kLButtonDown, 0, 0);
+    EXPECT_EQ(later.get(), static_cast<int32_t>(kLButtonDown)) << "a waiting screen wakes";
+  }
   EXPECT_EQ(host.HookCount(), 0u);
 }
 
