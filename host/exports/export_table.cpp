@@ -15,6 +15,7 @@
 #include "host/exports/midi.h"
 #include "host/exports/module.h"
 #include "host/exports/molaq_image.h"
+#include "host/exports/movie.h"
 #include "host/exports/numeric.h"
 #include "host/exports/record_file.h"
 #include "host/exports/screens.h"
@@ -290,6 +291,7 @@ const ExportEntry kRows[] = {
     RUNA1_EXPORT_ROW(Timer_GetCounter, 8),
     RUNA1_EXPORT_ROW(Timer_Sleep, 4),
     // Movie
+    RUNA1_EXPORT_ROW(PlayMCIMovieFile, 36),
     // Menu screens
     RUNA1_EXPORT_ROW(Nodali_SaveContextMenu, 8),
     RUNA1_EXPORT_ROW(Nodali_LoadContextMenu, 8),

@@ -492,6 +492,14 @@ RUNA1_IMPORT(uint32_t) Timer_GetCounter(KTIMER timer, uint64_t* counter);
 RUNA1_IMPORT(uint32_t) Timer_Sleep(uint32_t milliseconds);
 
 /* ---- Movie -------------------------------------------------------------------------------- */
+/* Plays a movie file in a child window that covers `parent`'s client area (`destination`: the
+ * video's rectangle inside it), under a message loop of the calling thread's own, and returns
+ * at its end: 0, or 0 at once when `allowSkip` and Escape or the right button ends it early.
+ * 1 on failure, with the reason in `errorText` (at most `errorSize` bytes; null: none wanted).
+ * The three reserved words are not read. */
+RUNA1_IMPORT(uint32_t) PlayMCIMovieFile(HWND parent, const char* fileName, RECT* destination,
+                                        uint32_t reserved1, uint32_t reserved2, uint32_t reserved3,
+                                        int32_t allowSkip, char* errorText, uint32_t errorSize);
 
 /* ---- Menu screens ------------------------------------------------------------------------- */
 /* Each screen draws into `target`, the image the module shows in the main window, runs until
