@@ -1,6 +1,6 @@
 /* What the menu screens' test modules share: a screen runs on a thread of the module's own
- * while the module asks its runner, through the log, to play the player ("do N VERB X Y" in
- * client coordinates, answered with the file "done-N"), and reads the window's pixels back.
+ * while the module asks its runner to play the player (player_steps.h) and reads the window's
+ * pixels back.
  * Needs USER32 GetDC, ReleaseDC, GDI32 GetPixel, KERNEL32 Sleep and WaitForSingleObject among
  * the module's imports. */
 #ifndef SCREEN_PLAYER_H
@@ -9,9 +9,9 @@
 #include <windows.h>
 
 #include "module_log.h"
+#include "player_steps.h"
 
 static HWND window;
-static uint32_t step;
 
 static uint32_t pixel(int x, int y) {
   HDC dc = GetDC(window);
@@ -41,39 +41,8 @@ static int stillShows(const char* what, int x, int y, uint32_t colour) {
   return shows(what, x, y, colour);
 }
 
-static void logSigned(int value) {
-  if (value < 0) logText("-");
-  logNumber((uint32_t)(value < 0 ? -value : value));
-}
-
-/* Asks the runner to do `verb` at client (x, y), or by (x, y) for a motion, and waits until it
- * has. */
-static void act(const char* verb, int x, int y) {
-  char done[] = "done-000";
-  ++step;
-  done[5] = (char)('0' + step / 100 % 10);
-  done[6] = (char)('0' + step / 10 % 10);
-  done[7] = (char)('0' + step % 10);
-  logText("do ");
-  logNumber(step);
-  logText(" ");
-  logText(verb);
-  logText(" ");
-  logSigned(x);
-  logText(" ");
-  logSigned(y);
-  logText("\n");
-  for (int attempt = 0; attempt < 600; ++attempt) {
-    KFILE file = File_OpenFile(done, FILE_READ);
-    if (file) {
-      File_CloseFile(file);
-      Sleep(300); /* the window's thread takes the input in its own time */
-      return;
-    }
-    Sleep(50);
-  }
-  logText("the runner did not act\n");
-}
+/* How long the window's thread is given to take the input of a step (player_steps.h). */
+#define SCREEN_SETTLE 300
 
 /* The screen's thread, started by the module, and its result. */
 static ZPKTHREAD screen;

@@ -56,38 +56,38 @@ static void musicMode(KARCHIVE tracks) {
   report("music-shows-screen", shows("background", 5, 5, MUSIC_ART_BACKGROUND_COLOUR) &&
                                    shows("wave chosen", WAVE_X, SOURCE_Y, MUSIC_ART_WAVE_COLOUR) &&
                                    shows("midi not", MIDI_X, SOURCE_Y, MUSIC_ART_BACKGROUND_COLOUR));
-  act("click", trackX(3), trackY(3));
+  act("click", trackX(3), trackY(3), SCREEN_SETTLE);
   report("track-lit", shows("track 3 lit", trackX(3), trackY(3), MUSIC_ART_TRACK_COLOUR(3)));
   Sleep(3000); /* three times the wave: it loops */
-  act("click", trackX(10), trackY(10));
+  act("click", trackX(10), trackY(10), SCREEN_SETTLE);
   report("one-lit-at-a-time", shows("track 10 lit", trackX(10), trackY(10), MUSIC_ART_TRACK_COLOUR(10)) &&
                                   shows("track 3 dark", trackX(3), trackY(3), MUSIC_ART_BACKGROUND_COLOUR));
   Sleep(2500);
   report("ended-track-stays-lit", shows("track 10 still lit", trackX(10), trackY(10), MUSIC_ART_TRACK_COLOUR(10)));
-  act("click", trackX(6), trackY(6));
+  act("click", trackX(6), trackY(6), SCREEN_SETTLE);
   Sleep(1500);
-  act("click", LEFT_X, ARROW_Y);
-  act("click", LEFT_X, ARROW_Y);
+  act("click", LEFT_X, ARROW_Y, SCREEN_SETTLE);
+  act("click", LEFT_X, ARROW_Y, SCREEN_SETTLE);
   Sleep(1500);
-  act("click", trackX(6), trackY(6));
+  act("click", trackX(6), trackY(6), SCREEN_SETTLE);
   report("second-click-clears", shows("track 6 dark", trackX(6), trackY(6), MUSIC_ART_BACKGROUND_COLOUR));
   Sleep(1000);
-  act("click", MIDI_X, SOURCE_Y);
+  act("click", MIDI_X, SOURCE_Y, SCREEN_SETTLE);
   report("midi-chosen", shows("midi", MIDI_X, SOURCE_Y, MUSIC_ART_MIDI_COLOUR) &&
                             shows("wave not", WAVE_X, SOURCE_Y, MUSIC_ART_BACKGROUND_COLOUR));
-  act("click", trackX(1), trackY(1));
+  act("click", trackX(1), trackY(1), SCREEN_SETTLE);
   report("midi-track-lit", shows("track 1 lit", trackX(1), trackY(1), MUSIC_ART_TRACK_COLOUR(1)) && running());
-  act("click", trackX(MUSIC_ART_BROKEN_TRACK), trackY(MUSIC_ART_BROKEN_TRACK));
+  act("click", trackX(MUSIC_ART_BROKEN_TRACK), trackY(MUSIC_ART_BROKEN_TRACK), SCREEN_SETTLE);
   report("broken-track-runs-on", shows("broken lit", trackX(MUSIC_ART_BROKEN_TRACK), trackY(MUSIC_ART_BROKEN_TRACK),
                                        MUSIC_ART_TRACK_COLOUR(MUSIC_ART_BROKEN_TRACK)) &&
                                      running());
-  act("rclick", 600, 20);
+  act("rclick", 600, 20, SCREEN_SETTLE);
   report("music-right-button-ends", screenEnd() == MUSIC_ART_BROKEN_TRACK + 1);
   report("music-settings-stored", ZPK_GetProfileInt("Config", "BgmSelection", 7) == 1 &&
                                       ZPK_GetProfileInt("Config", "VolumeOfBGM", 7) == 6);
   startScreen(MUSIC, tracks);
   report("music-again", shows("midi stored", MIDI_X, SOURCE_Y, MUSIC_ART_MIDI_COLOUR));
-  act("click", 544 + 40, 425 + 18);
+  act("click", 544 + 40, 425 + 18, SCREEN_SETTLE);
   report("music-exit-gives-0", screenEnd() == 0);
 }
 
@@ -108,38 +108,38 @@ static void cgMode(KARCHIVE pictures) {
                                   shows("position 1", cellX(1), cellY(0), CG_ART_THUMBNAIL_COLOUR(1)) &&
                                   shows("position 2 locked", cellX(2), cellY(0), CG_ART_BACKGROUND_COLOUR) &&
                                   shows("position 15", cellX(3), cellY(3), CG_ART_THUMBNAIL_COLOUR(15)));
-  act("click", 591 + 16, 394 + 9);
+  act("click", 591 + 16, 394 + 9, SCREEN_SETTLE);
   report("cg-page-down", shows("position 8 on top", cellX(0), cellY(0), CG_ART_THUMBNAIL_COLOUR(8)) &&
                              shows("black past the count", cellX(2), cellY(3), CG_ART_BLACK_COLOUR));
-  act("click", 591 + 16, 43 + 7);
+  act("click", 591 + 16, 43 + 7, SCREEN_SETTLE);
   report("cg-row-up", shows("position 4 on top", cellX(0), cellY(0), CG_ART_THUMBNAIL_COLOUR(4)));
-  act("click", 591 + 16, 20 + 9);
+  act("click", 591 + 16, 20 + 9, SCREEN_SETTLE);
   report("cg-page-up", shows("position 0 on top", cellX(0), cellY(0), CG_ART_THUMBNAIL_COLOUR(0)));
 
-  act("click", cellX(0), cellY(0));
+  act("click", cellX(0), cellY(0), SCREEN_SETTLE);
   report("viewer-shows-picture", shows("corner", 10, 20, CG_ART_PICTURE_COLOUR(0, 10, 20)) &&
                                      shows("far", 630, 470, CG_ART_PICTURE_COLOUR(0, 630, 470)));
-  act("nudge", -100, -50);
+  act("nudge", -100, -50, SCREEN_SETTLE);
   report("viewer-pans-against-the-mouse", shows("moved", 10, 20, CG_ART_PICTURE_COLOUR(0, 110, 70)));
-  act("nudge", 40, 0);
+  act("nudge", 40, 0, SCREEN_SETTLE);
   report("viewer-pans-back", shows("moved back", 10, 20, CG_ART_PICTURE_COLOUR(0, 70, 70)));
-  act("nudge", -300, -300);
+  act("nudge", -300, -300, SCREEN_SETTLE);
   report("viewer-stops-at-the-edge",
          shows("edge", 639, 479, CG_ART_PICTURE_COLOUR(0, CG_ART_LARGE_WIDTH - 1, CG_ART_LARGE_HEIGHT - 1)));
-  act("click", 320, 240);
+  act("click", 320, 240, SCREEN_SETTLE);
   report("viewer-next-variant", shows("variant 2", 10, 20, CG_ART_PICTURE_COLOUR(2, 10, 20)));
-  act("rclick", 320, 240);
+  act("rclick", 320, 240, SCREEN_SETTLE);
   report("viewer-right-button-leaves", shows("table", cellX(0), cellY(0), CG_ART_THUMBNAIL_COLOUR(0)));
 
-  act("click", cellX(1), cellY(0));
+  act("click", cellX(1), cellY(0), SCREEN_SETTLE);
   report("small-picture", shows("corner", 10, 20, CG_ART_PICTURE_COLOUR(0, 10, 20)) && shows("black", 400, 300, 0));
-  act("nudge", -100, -50);
+  act("nudge", -100, -50, SCREEN_SETTLE);
   report("small-picture-stays", stillShows("corner", 10, 20, CG_ART_PICTURE_COLOUR(0, 10, 20)));
-  act("rclick", 320, 240);
+  act("rclick", 320, 240, SCREEN_SETTLE);
   report("back-to-table", shows("table", cellX(1), cellY(0), CG_ART_THUMBNAIL_COLOUR(1)));
-  act("click", cellX(3), cellY(0));
+  act("click", cellX(3), cellY(0), SCREEN_SETTLE);
   report("missing-picture", stillShows("table", cellX(3), cellY(0), CG_ART_THUMBNAIL_COLOUR(3)) && running());
-  act("click", 579 + 29, 436 + 18);
+  act("click", 579 + 29, 436 + 18, SCREEN_SETTLE);
   report("cg-exit-gives-10", screenEnd() == 10);
 
   /* Every bit set, and a table of five that stands two rows lower. */
@@ -149,7 +149,7 @@ static void cgMode(KARCHIVE pictures) {
   report("short-table-lower", shows("row 2", cellX(0), cellY(2), CG_ART_THUMBNAIL_COLOUR(0)) &&
                                   shows("row 3", cellX(0), cellY(3), CG_ART_THUMBNAIL_COLOUR(4)) &&
                                   shows("row 0 empty", cellX(0), cellY(0), CG_ART_BACKGROUND_COLOUR));
-  act("rclick", 600, 20);
+  act("rclick", 600, 20, SCREEN_SETTLE);
   report("cg-right-button-gives-minus-1", screenEnd() == -1);
 }
 

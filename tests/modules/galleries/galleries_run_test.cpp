@@ -61,8 +61,10 @@ class Player {
     for (size_t i = done_; i < asks.size(); ++i) {
       std::istringstream words(asks[i]);
       std::string word, verb;
-      int number = 0, x = 0, y = 0;
-      words >> word >> number >> verb >> x >> y;
+      int number = 0;
+      int64_t loggedX = 0, loggedY = 0;  // logged as unsigned: a motion left or up wraps
+      words >> word >> number >> verb >> loggedX >> loggedY;
+      int32_t x = static_cast<int32_t>(loggedX), y = static_cast<int32_t>(loggedY);
       std::string at = std::to_string(left_ + x) + " " + std::to_string(top_ + y), command;
       if (verb == "nudge") {
         command = "xdotool mousemove_relative -- " + std::to_string(x) + " " + std::to_string(y);

@@ -109,21 +109,21 @@ static void loadScreen(void) {
                                  shows("garbage", inX(4, 118), inY(4, 19), SAVE_ART_GLYPH_COLOUR(10, 0)));
   report("load-page-buttons", shows("previous", PREVIOUS_X, BUTTONS_Y, SAVE_ART_PREVIOUS_COLOUR(0)) &&
                                   shows("next", NEXT_X, BUTTONS_Y, SAVE_ART_NEXT_COLOUR(0)));
-  act("move", groundX(0), groundY(0));
+  act("move", groundX(0), groundY(0), SCREEN_SETTLE);
   report("hover-lights-slot", shows("lit slot 0", groundX(0), groundY(0), SAVE_ART_HOVER_COLOUR(0)) &&
                                   shows("lit glyph", inX(0, 140), inY(0, 3), SAVE_ART_GLYPH_COLOUR(1, 1)));
-  act("move", groundX(2), groundY(2));
+  act("move", groundX(2), groundY(2), SCREEN_SETTLE);
   report("damaged-slot-stays-dark", shows("slot 0 dark again", groundX(0), groundY(0), SAVE_ART_PAGE_COLOUR(2)) &&
                                         stillShows("slot 2", groundX(2), groundY(2), SAVE_ART_PAGE_COLOUR(2)));
-  act("click", groundX(2), groundY(2));
+  act("click", groundX(2), groundY(2), SCREEN_SETTLE);
   report("damaged-slot-not-taken", running());
-  act("click", NEXT_X, BUTTONS_Y);
+  act("click", NEXT_X, BUTTONS_Y, SCREEN_SETTLE);
   report("next-skips-to-page-4", shows("page 4", 5, 5, SAVE_ART_PAGE_COLOUR(4)));
-  act("click", PREVIOUS_X, BUTTONS_Y);
+  act("click", PREVIOUS_X, BUTTONS_Y, SCREEN_SETTLE);
   report("previous-to-page-2", shows("page 2 again", 5, 5, SAVE_ART_PAGE_COLOUR(2)));
-  act("click", PREVIOUS_X, BUTTONS_Y);
+  act("click", PREVIOUS_X, BUTTONS_Y, SCREEN_SETTLE);
   report("previous-to-page-1", shows("page 1", 5, 5, SAVE_ART_PAGE_COLOUR(1)));
-  act("click", groundX(9), groundY(9));
+  act("click", groundX(9), groundY(9), SCREEN_SETTLE);
   report("load-click-returns-slot", screenEnd() == 19);
 }
 
@@ -131,35 +131,35 @@ static void saveScreenConfirmation(void) {
   startScreen(SAVE, 2);
   report("save-shows-page", shows("page 2", 5, 5, SAVE_ART_PAGE_COLOUR(2)));
   report("save-has-no-page-buttons", shows("no previous", PREVIOUS_X, BUTTONS_Y, SAVE_ART_PAGE_COLOUR(2)));
-  act("click", groundX(0), groundY(0));
+  act("click", groundX(0), groundY(0), SCREEN_SETTLE);
   report("used-slot-asks", shows("the box", BOX_LEFT + 10, BOX_TOP + 10, SAVE_ART_BOX_COLOUR));
-  act("rclick", BOX_LEFT + 10, BOX_TOP + 10);
+  act("rclick", BOX_LEFT + 10, BOX_TOP + 10, SCREEN_SETTLE);
   report("right-button-ignored-in-box", stillShows("box stays", BOX_LEFT + 10, BOX_TOP + 10, SAVE_ART_BOX_COLOUR));
-  act("click", BOX_LEFT + 0x8B + 10, BOX_TOP + 0x60 + 10);
+  act("click", BOX_LEFT + 0x8B + 10, BOX_TOP + 0x60 + 10, SCREEN_SETTLE);
   report("no-closes-box", shows("box gone", BOX_LEFT + 10, BOX_TOP + 10, SAVE_ART_PAGE_COLOUR(2)) && running());
-  act("click", groundX(1), groundY(1));
+  act("click", groundX(1), groundY(1), SCREEN_SETTLE);
   report("asks-again", shows("the box again", BOX_LEFT + 10, BOX_TOP + 10, SAVE_ART_BOX_COLOUR));
-  act("click", BOX_LEFT + 0x23 + 10, BOX_TOP + 0x60 + 10);
+  act("click", BOX_LEFT + 0x23 + 10, BOX_TOP + 0x60 + 10, SCREEN_SETTLE);
   report("yes-returns-slot", screenEnd() == 21);
 }
 
 static void pressMovedOff(void) {
   startScreen(SAVE, 2);
   shows("page 2", 5, 5, SAVE_ART_PAGE_COLOUR(2));
-  act("press", groundX(5), groundY(5));
-  act("move", 600, 20);
-  act("release", 600, 20);
-  act("press", groundX(6), groundY(6));
-  act("move", 600, 20);
-  act("move", groundX(6), groundY(6));
-  act("release", groundX(6), groundY(6));
+  act("press", groundX(5), groundY(5), SCREEN_SETTLE);
+  act("move", 600, 20, SCREEN_SETTLE);
+  act("release", 600, 20, SCREEN_SETTLE);
+  act("press", groundX(6), groundY(6), SCREEN_SETTLE);
+  act("move", 600, 20, SCREEN_SETTLE);
+  act("move", groundX(6), groundY(6), SCREEN_SETTLE);
+  act("release", groundX(6), groundY(6), SCREEN_SETTLE);
   report("press-moved-off-gives-nothing", running());
-  act("rclick", 600, 20);
+  act("rclick", 600, 20, SCREEN_SETTLE);
   report("right-button-cancels", screenEnd() == -1);
 
   startScreen(SAVE, 2);
   shows("page 2", 5, 5, SAVE_ART_PAGE_COLOUR(2));
-  act("click", groundX(3), groundY(3));
+  act("click", groundX(3), groundY(3), SCREEN_SETTLE);
   report("empty-slot-taken-at-once", screenEnd() == 23);
 }
 
@@ -172,7 +172,7 @@ static void badInput(void) {
   startScreen(LOAD, 2);
   report("sparse-shows-page", shows("page 2", 5, 5, SAVE_ART_PAGE_COLOUR(2)));
   report("sparse-draws-no-glyphs", stillShows("no glyph", inX(0, 140), inY(0, 3), SAVE_ART_PAGE_COLOUR(2)));
-  act("rclick", 600, 20);
+  act("rclick", 600, 20, SCREEN_SETTLE);
   report("sparse-cancels", screenEnd() == -1);
 }
 
