@@ -1,7 +1,7 @@
 /* What the menu screens' test modules share: a screen runs on a thread of the module's own
  * while the module asks its runner to play the player (player_steps.h) and reads the window's
  * pixels back.
- * Needs USER32 GetDC, ReleaseDC, GDI32 GetPixel, KERNEL32 Sleep and WaitForSingleObject among
+ * Needs USER32 GetDC, ReleaseDC, ClientToScreen, GDI32 GetPixel, KERNEL32 Sleep and WaitForSingleObject among
  * the module's imports. */
 #ifndef SCREEN_PLAYER_H
 #define SCREEN_PLAYER_H
@@ -39,6 +39,26 @@ static int shows(const char* what, int x, int y, uint32_t colour) {
 static int stillShows(const char* what, int x, int y, uint32_t colour) {
   Sleep(500);
   return shows(what, x, y, colour);
+}
+
+/* Opens the main window with a client area of 640 by 480, logs where that lies on the screen
+ * ("client LEFT TOP", for the runner), and shows a 24-bit picture of its size, which is given
+ * back: the screens' target. */
+static GRAPHIC openScreenWindow(const char* title) {
+  RECT rect = {0, 0, 640, 480};
+  report("main-window", InitializeMainWindow(title, WS_POPUP, 0, &rect) == 0);
+  window = ZPK_GetMainWindow();
+  POINT origin = {0, 0};
+  ClientToScreen(window, &origin);
+  logText("client ");
+  logNumber((uint32_t)origin.x);
+  logText(" ");
+  logNumber((uint32_t)origin.y);
+  logText("\n");
+  GRAPHIC picture = graphic_CreateBitmap(640, 480, 24);
+  RECT whole = {0, 0, 639, 479};
+  View_AttachScreen(View_Create(picture, &whole, NULL), NULL, 0);
+  return picture;
 }
 
 /* How long the window's thread is given to take the input of a step (player_steps.h). */

@@ -10,9 +10,6 @@
 #include "../screen_player.h"
 #include "../../../tools/screen_art/gallery_look.h"
 
-#define WIDTH 640
-#define HEIGHT 480
-
 static GRAPHIC target;
 
 /* ---- The screens on their thread ----------------------------------------------------------- */
@@ -157,19 +154,7 @@ uint32_t __stdcall StartingProc(ZPKMODULE module) {
   openLog();
   ZPK_SetRegistryKey("Runa1 Tests", "galleries_module");
   ZPK_WriteProfileString("Installed", "BinDir", "art");
-  RECT rect = {0, 0, WIDTH, HEIGHT};
-  report("main-window", InitializeMainWindow("Galleries Test", WS_POPUP, 0, &rect) == 0);
-  window = ZPK_GetMainWindow();
-  POINT origin = {0, 0};
-  ClientToScreen(window, &origin);
-  logText("client ");
-  logNumber((uint32_t)origin.x);
-  logText(" ");
-  logNumber((uint32_t)origin.y);
-  logText("\n");
-  target = graphic_CreateBitmap(WIDTH, HEIGHT, 24);
-  RECT whole = {0, 0, WIDTH - 1, HEIGHT - 1};
-  View_AttachScreen(View_Create(target, &whole, NULL), NULL, 0);
+  target = openScreenWindow("Galleries Test");
 
   KARCHIVE tracks = KORALArchive_Open("art\\tracks.arc", 0);
   KARCHIVE pictures = KORALArchive_Open("art\\pictures.arc", 0);

@@ -187,19 +187,7 @@ uint32_t __stdcall StartingProc(ZPKMODULE module) {
   ZPK_WriteProfileString("Installed", "BinDir", "art");
   ZPK_WriteProfileString("Installed", "SaveDir", "saves");
   writeSaves();
-  RECT rect = {0, 0, WIDTH, HEIGHT};
-  report("main-window", InitializeMainWindow("Screens Test", WS_POPUP, 0, &rect) == 0);
-  window = ZPK_GetMainWindow();
-  POINT origin = {0, 0};
-  ClientToScreen(window, &origin);
-  logText("client ");
-  logNumber((uint32_t)origin.x);
-  logText(" ");
-  logNumber((uint32_t)origin.y);
-  logText("\n");
-  target = graphic_CreateBitmap(WIDTH, HEIGHT, 24);
-  RECT whole = {0, 0, WIDTH - 1, HEIGHT - 1};
-  View_AttachScreen(View_Create(target, &whole, NULL), NULL, 0);
+  target = openScreenWindow("Screens Test");
 
   cursorFiles();
   loadScreen();
