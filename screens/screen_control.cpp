@@ -150,7 +150,12 @@ int32_t ScreenSlider::KnobPosition() const {
 }
 
 void ScreenSlider::SetValue(int32_t value, ScreenManager* manager) {
-  value = std::clamp(value, std::min(minimum_, maximum_), std::max(minimum_, maximum_));
+  // The maximum is tested first: a range whose maximum lies below its minimum holds the maximum.
+  if (value > maximum_) {
+    value = maximum_;
+  } else if (value < minimum_) {
+    value = minimum_;
+  }
   if (value == value_) return;
   value_ = value;
   if (!manager) return;

@@ -51,6 +51,11 @@ class ScreenHost {
   // The pointer on the screen, and in the window's client coordinates.
   virtual POINT CursorScreenPosition() = 0;
   virtual POINT CursorClientPosition() = 0;
+  // Puts the pointer on a point of the screen; a client point on the screen.
+  virtual void SetCursorScreenPosition(POINT point) = 0;
+  virtual POINT ClientToScreen(POINT point) = 0;
+  // Moves the pixels of the whole client area by (dx, dy); the strip laid bare is painted again.
+  virtual void Scroll(int32_t dx, int32_t dy) = 0;
   // The host's cursor flag (ZPK_SetShowCursor), and the cursor shown now.
   virtual void ShowCursor(bool show) = 0;
   virtual void SetCursor(HCURSOR cursor) = 0;

@@ -8,6 +8,7 @@
 #include "host/exports/drawing_core.h"
 #include "host/exports/file.h"
 #include "host/exports/font.h"
+#include "host/exports/galleries.h"
 #include "host/exports/graphic.h"
 #include "host/exports/k3d.h"
 #include "host/exports/main_window.h"
@@ -302,6 +303,8 @@ const ExportEntry kRows[] = {
     RUNA1_EXPORT_ROW(Nodali_SoundConfigMenu, 16),
     RUNA1_EXPORT_ROW(Nodali_PerformOpening, 16),
     RUNA1_EXPORT_ROW(Nodali_PerformEnding, 16),
+    RUNA1_EXPORT_ROW(Nodali_MusicMode, 8),
+    RUNA1_EXPORT_ROW(Nodali_CGMode, 16),
 };
 
 constexpr size_t kCount = sizeof(kRows) / sizeof(kRows[0]);

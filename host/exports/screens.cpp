@@ -31,6 +31,17 @@ class MainWindowScreenHost : public ScreenHost {
   }
   POINT CursorScreenPosition() override { return os::cursorPosition(); }
   POINT CursorClientPosition() override { return os::screenToClient(ZPK_GetMainWindow(), os::cursorPosition()); }
+  void SetCursorScreenPosition(POINT point) override { os::setCursorPosition(point); }
+  POINT ClientToScreen(POINT point) override {
+    HWND window = ZPK_GetMainWindow();
+    return window ? os::windowSystem().clientToScreen(window, point) : point;
+  }
+  void Scroll(int32_t dx, int32_t dy) override {
+    HWND window = ZPK_GetMainWindow();
+    if (!window) return;
+    RECT client = os::windowSystem().clientRect(window);
+    os::windowSystem().scroll(window, dx, dy, client, client);
+  }
   void ShowCursor(bool show) override { ZPK_SetShowCursor(show ? 1 : 0); }
   void SetCursor(HCURSOR cursor) override { os::setCursor(cursor); }
   HCURSOR LoadCursorFile(const char* path) override { return os::loadCursorFile(path); }

@@ -526,6 +526,14 @@ RUNA1_IMPORT(void) Nodali_SoundConfigMenu(GRAPHIC target, GRAPHIC background, MI
  * their end and give 1 when the player cut them short with the right button, else 0. */
 RUNA1_IMPORT(int32_t) Nodali_PerformOpening(GRAPHIC target, KARCHIVE images, KARCHIVE music, KARCHIVE sounds);
 RUNA1_IMPORT(int32_t) Nodali_PerformEnding(GRAPHIC target, KARCHIVE images, KARCHIVE music, KARCHIVE sounds);
+/* The music mode ("musicmod.arc"): plays the tracks "m01" to "m14" of `music`, ".wav" or ".mid"
+ * as "Config" "BgmSelection" says ("Installed" "WaveBGMFile" not 0 lets the player choose the
+ * waves); stores "BgmSelection" and "VolumeOfBGM" at its end. The CG mode ("cgmode.arc"): the
+ * thumbnails of the positions whose word in `flags` (`count` words) is not 0, and a viewer of the
+ * pictures "bg<500 + position><variant digit>.bmp" of `pictures` for each set bit. Both give
+ * the id of the last button pressed (0 or 10 for their exit buttons), or -1. */
+RUNA1_IMPORT(int32_t) Nodali_MusicMode(GRAPHIC target, KARCHIVE music);
+RUNA1_IMPORT(int32_t) Nodali_CGMode(GRAPHIC target, KARCHIVE pictures, const uint32_t* flags, uint32_t count);
 
 #ifdef __cplusplus
 }

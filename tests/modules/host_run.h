@@ -92,6 +92,18 @@ inline Outcome runModuleInWork(const std::string& name, const TempDir& work, Hos
   return runHost(name + ".zpe", work, environment, timeoutMs);
 }
 
+// The Unix path of a file or folder that a Windows path names (Wine's own conversion).
+inline std::string unixPath(const std::filesystem::path& path) {
+  using Convert = char*(CDECL*)(const wchar_t*);
+  FARPROC found = GetProcAddress(GetModuleHandleA("kernel32"), "wine_get_unix_file_name");
+  auto convert = reinterpret_cast<Convert>(reinterpret_cast<void*>(found));
+  if (!convert) return {};
+  char* converted = convert(path.wstring().c_str());
+  std::string text = converted ? converted : "";
+  HeapFree(GetProcessHeap(), 0, converted);
+  return text;
+}
+
 // Every check of `log` passed, and each of `checks` is among them.
 inline void expectAllPassed(const std::string& log, const Outcome& outcome,
                             std::initializer_list<const char*> checks) {

@@ -48,6 +48,17 @@ class FakeScreenHost : public ScreenHost {
     std::lock_guard<std::mutex> hold(lock_);
     return pointer;
   }
+  // Putting the pointer somewhere moves it there, as the window system does.
+  void SetCursorScreenPosition(POINT point) override {
+    std::lock_guard<std::mutex> hold(lock_);
+    pointer = POINT{point.x - kClientOrigin.x, point.y - kClientOrigin.y};
+    pointerPlacements.push_back(point);
+  }
+  POINT ClientToScreen(POINT point) override { return POINT{point.x + kClientOrigin.x, point.y + kClientOrigin.y}; }
+  void Scroll(int32_t dx, int32_t dy) override {
+    std::lock_guard<std::mutex> hold(lock_);
+    scrolls.push_back(POINT{dx, dy});
+  }
   void ShowCursor(bool show) override { cursorShown = show; }
   void SetCursor(HCURSOR cursor) override { this->cursor = cursor; }
   HCURSOR LoadCursorFile(const char* path) override {
@@ -92,6 +103,10 @@ class FakeScreenHost : public ScreenHost {
     Press(screen_message::kLButtonDown);
     Press(screen_message::kLButtonUp);
   }
+  size_t PostedCount() {
+    std::lock_guard<std::mutex> hold(lock_);
+    return posted.size();
+  }
   size_t HookCount() {
     std::lock_guard<std::mutex> hold(lock_);
     return hooks.size();
@@ -101,6 +116,8 @@ class FakeScreenHost : public ScreenHost {
   std::atomic<int> stops{0}, restarts{0}, invalidations{0};
   std::vector<uint32_t> posted;
   POINT pointer{0, 0};
+  std::vector<POINT> pointerPlacements;  // screen points
+  std::vector<POINT> scrolls;
   std::atomic<bool> cursorShown{false};
   std::atomic<HCURSOR> cursor{nullptr};
   std::vector<std::string> loadedCursorFiles;

@@ -8,7 +8,7 @@
 #include "screens/music_settings.h"
 #include "screens/sound_config.h"
 #include "sound/mixer/pcm_sound.h"
-#include "tests/screens/screen_test_fixture.h"
+#include "tests/screens/screen_run.h"
 #include "tests/files/memory_file.h"
 #include "tests/sound/midi/midi_bytes.h"
 #include "tests/sound/midi/midi_player.h"
@@ -21,12 +21,12 @@ using namespace screen_message;
 
 constexpr uint32_t kBackgroundColour = 0x102030;
 
-class MenusTest : public ScreenTest {
+class MenusTest : public ScreenRunTest {
  protected:
-  MenusTest() : ScreenTest("menus_test"), background(MakePicture(kBackgroundColour)) {
-    MakeArt("MainMenu", screen_art::drawMainMenu);
-    MakeArt("Startup", screen_art::drawStartup);
-    MakeArt("SoundCfg", screen_art::drawSoundConfig);
+  MenusTest() : ScreenRunTest("menus_test"), background(MakePicture(kBackgroundColour)) {
+    MakeArchive("MainMenu.arc", screen_art::drawMainMenu, true);
+    MakeArchive("Startup.arc", screen_art::drawStartup, true);
+    MakeArchive("SoundCfg.arc", screen_art::drawSoundConfig, true);
   }
   ~MenusTest() override { ZPK_WriteProfileString("Config", nullptr, nullptr); }
 
@@ -43,10 +43,10 @@ class MenusTest : public ScreenTest {
   }
 
   void StartMainMenu() {
-    StartScreen([this] { return RunMainMenu(host, target.get(), background.get()); });
+    Start([this] { return RunMainMenu(host, target.get(), background.get()); });
   }
   void StartSoundConfig(CMIDIMusic* midi = nullptr, KPCMSound* wave = nullptr) {
-    StartScreen([=, this] {
+    Start([=, this] {
       RunSoundConfigMenu(host, target.get(), background.get(), midi, wave);
       return 0;
     });
@@ -111,7 +111,7 @@ TEST_F(MenusTest, EachTitleScreenLaysOutItsColumnAndReturnsTheIds) {
     SCOPED_TRACE(layout.kind);
     for (size_t row = 0; row < layout.ids.size(); ++row) {
       int32_t id = layout.ids[row];
-      StartScreen([this, &layout] { return RunStartupMenu(host, target.get(), layout.kind); });
+      Start([this, &layout] { return RunStartupMenu(host, target.get(), layout.kind); });
       int32_t y = layout.top + 55 * static_cast<int32_t>(row);
       host.MoveTo(222 + 195, y + 51);  // the far corner of 196 by 52
       EXPECT_EQ(Pixel(222, y), STARTUP_ART_BUTTON_COLOUR(layout.kind, id)) << "row " << row;
@@ -120,7 +120,7 @@ TEST_F(MenusTest, EachTitleScreenLaysOutItsColumnAndReturnsTheIds) {
       EXPECT_EQ(Result(), id == 4 ? -1 : id);
     }
     int32_t below = layout.top + 55 * static_cast<int32_t>(layout.ids.size());
-    StartScreen([this, &layout] { return RunStartupMenu(host, target.get(), layout.kind); });
+    Start([this, &layout] { return RunStartupMenu(host, target.get(), layout.kind); });
     host.Click(300, below + 10);
     EXPECT_TRUE(Running()) << "no button below the column";
     host.Click(300, layout.top + 10);
@@ -137,11 +137,11 @@ TEST_F(MenusTest, TheTitleScreenOfAnUnknownKindOpensNothing) {
 
 TEST_F(MenusTest, TheBonusMenuReturnsPicturesOrMusicAndLeavesByItsThirdButtonOrTheRightButton) {
   for (int32_t id : {0, 1, 2}) {
-    StartScreen([this] { return RunOmakeSelectMenu(host, target.get()); });
+    Start([this] { return RunOmakeSelectMenu(host, target.get()); });
     host.Click(230, 159 + 55 * id + 10);
     EXPECT_EQ(Result(), id == 2 ? -1 : id);
   }
-  StartScreen([this] { return RunOmakeSelectMenu(host, target.get()); });
+  Start([this] { return RunOmakeSelectMenu(host, target.get()); });
   host.Press(kRButtonDown);
   EXPECT_EQ(Result(), -1);
 }
@@ -157,9 +157,9 @@ TEST_F(MenusTest, AMissingArchiveGivesMinusOneAndTheSoundConfigurationWritesNoth
 }
 
 TEST_F(MenusTest, MissingBitmapsLeaveTheirPlacesEmptyAndTheScreensCarryOn) {
-  MakeArt("MainMenu", screen_art::drawMainMenu, {"m", "di"});
-  MakeArt("Startup", screen_art::drawStartup, {"s1_"});
-  MakeArt("SoundCfg", screen_art::drawSoundConfig, {"option", "pcm", "mid", "tumami"});
+  MakeArchive("MainMenu.arc", screen_art::drawMainMenu, true, {"m", "di"});
+  MakeArchive("Startup.arc", screen_art::drawStartup, true, {"s1_"});
+  MakeArchive("SoundCfg.arc", screen_art::drawSoundConfig, true, {"option", "pcm", "mid", "tumami"});
   StartMainMenu();
   EXPECT_EQ(Pixel(MENU_ART_PANEL_LEFT + 2, MENU_ART_PANEL_TOP + 2), kBackgroundColour);
   host.Click(mainButton(1).x, mainButton(1).y);  // a button without its image is no hit area
@@ -168,7 +168,7 @@ TEST_F(MenusTest, MissingBitmapsLeaveTheirPlacesEmptyAndTheScreensCarryOn) {
   host.Click(516 + 40, 430 + 20);
   EXPECT_EQ(Result(), -1);
 
-  StartScreen([this] { return RunStartupMenu(host, target.get(), 1); });
+  Start([this] { return RunStartupMenu(host, target.get(), 1); });
   EXPECT_EQ(Pixel(5, 5), STARTUP_ART_BACKGROUND_COLOUR(1));
   host.Click(300, 170);
   EXPECT_EQ(Result(), 0) << "the column's buttons have their size without their images";

@@ -7,12 +7,10 @@
 #include <sys/time.h>
 
 #include <ctime>
-#include <string>
-#include <vector>
 
 #include "screens/save_slot.h"
 #include "tests/screens/save_file_bytes.h"
-#include "tests/screens/screen_test_fixture.h"
+#include "tests/screens/screen_run.h"
 #include "tools/screen_art/save_menu_art.h"
 #include "tools/screen_art/save_menu_look.h"
 
@@ -24,15 +22,15 @@ constexpr int32_t kLoad = 1, kSave = 0;
 
 POINT slotPlace(int32_t slot) { return POINT{slot < 5 ? 36 : 322, 40 + 74 * (slot % 5)}; }
 
-class SaveScreenTest : public ScreenTest {
+class SaveScreenTest : public ScreenRunTest {
  protected:
-  SaveScreenTest() : ScreenTest("save_screen_test") {
+  SaveScreenTest() : ScreenRunTest("save_screen_test") {
     MakeArt({});
     ZPK_WriteProfileString("Installed", "SaveDir", folder.file("saves").c_str());
   }
 
   void MakeArt(std::vector<std::string> leaveOut) {
-    ScreenTest::MakeArt("SaveMenu", screen_art::drawSaveMenu, std::move(leaveOut));
+    MakeArchive("SaveMenu.arc", screen_art::drawSaveMenu, true, std::move(leaveOut));
   }
 
   // A save file written at local time 1999-03-07 09:05.
@@ -50,7 +48,7 @@ class SaveScreenTest : public ScreenTest {
   }
 
   void Start(int mode, int32_t page) {
-    StartScreen([this, mode, page] {
+    ScreenRunTest::Start([this, mode, page] {
       return mode == kLoad ? RunLoadScreen(host, target.get(), page) : RunSaveScreen(host, target.get(), page);
     });
   }

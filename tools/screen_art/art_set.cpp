@@ -1,5 +1,6 @@
 #include "tools/screen_art/art_set.h"
 
+#include <fstream>
 #include <utility>
 
 #include "tools/arc/arc.h"
@@ -35,6 +36,13 @@ void ArtSet::Variants(const std::string& stem, const Canvas& off, const Canvas& 
 void ArtSet::Alpha(const std::string& name, const Canvas& canvas, uint32_t tint) {
   if (!error_.empty() || !Wanted(name)) return;
   writeAlphaBitmap(canvas, (tree_ / name).string(), &error_, tint);
+}
+
+void ArtSet::File(const std::string& name, const std::string& bytes) {
+  if (!error_.empty() || !Wanted(name)) return;
+  std::ofstream file(tree_ / name, std::ios::binary);
+  file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  if (!file) error_ = (tree_ / name).string() + ": cannot be written";
 }
 
 bool ArtSet::Pack(const std::string& archive, std::string* error) {

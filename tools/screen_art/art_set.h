@@ -24,6 +24,8 @@ class ArtSet {
   // The three variants of a bitmap with an alpha plane: stem + "of.bmp" and stem + "on.bmp"
   // with their colours, stem + "a.bmp" with the alpha of `off` (both share it).
   void Variants(const std::string& stem, const Canvas& off, const Canvas& on);
+  // `name` holding `bytes` as they stand.
+  void File(const std::string& name, const std::string& bytes);
   // Packs the tree into `archive`. False with a message for the first failure of all the set's
   // writes.
   bool Pack(const std::string& archive, std::string* error);

@@ -5,34 +5,46 @@
 #include <vector>
 
 #include "tools/screen_art/art_set.h"
+#include "tools/screen_art/gallery_art.h"
 #include "tools/screen_art/menus_art.h"
 #include "tools/screen_art/save_menu_art.h"
 #include "tools/screen_art/sequence_art.h"
 
 namespace {
 
-struct Screen {
-  const char* name;
-  const char* archive;
-  void (*draw)(screen_art::ArtSet& set);
-};
-
-constexpr Screen kScreens[] = {
-    {"save-menu", "SaveMenu", screen_art::drawSaveMenu},
-    {"main-menu", "MainMenu", screen_art::drawMainMenu},
-    {"startup", "Startup", screen_art::drawStartup},
-    {"sound-config", "SoundCfg", screen_art::drawSoundConfig},
-    {"sequences", "Sequence", screen_art::drawSequences},
-};
-
 constexpr char kUsage[] =
     "usage: screen_art SCREEN FOLDER [--leave-out PREFIX]...\n"
     "  Draws the bitmaps of SCREEN, packs them into its archive in FOLDER and writes the\n"
     "  screens' cursor files Arrow.cur and GripHand.cur beside it.\n"
-    "  SCREEN: save-menu (SaveMenu.arc, the save and load screens), main-menu (MainMenu.arc),\n"
-    "          startup (Startup.arc, the title screens and the bonus menu), sound-config\n"
-    "          (SoundCfg.arc), sequences (Sequence.arc, the pictures of the opening and ending)\n"
+    "  SCREEN: save-menu (SaveMenu.arc, the save and load screens)\n"
+    "          main-menu (MainMenu.arc)\n"
+    "          startup (Startup.arc, the title screens and the bonus menu)\n"
+    "          sound-config (SoundCfg.arc)\n"
+    "          sequences (Sequence.arc, the pictures of the opening and ending)\n"
+    "          music-mode (musicmod.arc, and tracks.arc: sample tracks for a module to hand in)\n"
+    "          cg-mode (cgmode.arc, and pictures.arc: sample pictures for a module to hand in)\n"
     "  --leave-out PREFIX  leaves out the bitmaps whose names begin with PREFIX\n";
+
+// An archive of the tool's and what fills it.
+struct ArchiveArt {
+  const char* archive;
+  void (*draw)(screen_art::ArtSet& set);
+};
+
+struct ScreenArt {
+  const char* screen;
+  std::vector<ArchiveArt> archives;
+};
+
+const ScreenArt kScreens[] = {
+    {"save-menu", {{"SaveMenu.arc", screen_art::drawSaveMenu}}},
+    {"main-menu", {{"MainMenu.arc", screen_art::drawMainMenu}}},
+    {"startup", {{"Startup.arc", screen_art::drawStartup}}},
+    {"sound-config", {{"SoundCfg.arc", screen_art::drawSoundConfig}}},
+    {"sequences", {{"Sequence.arc", screen_art::drawSequences}}},
+    {"music-mode", {{"musicmod.arc", screen_art::drawMusicMode}, {"tracks.arc", screen_art::writeMusicTracks}}},
+    {"cg-mode", {{"cgmode.arc", screen_art::drawCGMode}, {"pictures.arc", screen_art::drawCGPictures}}},
+};
 
 }  // namespace
 
@@ -49,24 +61,28 @@ int main(int argc, char** argv) {
     }
     leaveOut.push_back(argv[++i]);
   }
-  const Screen* screen = nullptr;
-  for (const Screen& known : kScreens)
-    if (argc >= 3 && std::strcmp(argv[1], known.name) == 0) screen = &known;
-  if (!screen) {
+  const ScreenArt* art = nullptr;
+  for (const ScreenArt& screen : kScreens)
+    if (argc >= 3 && std::strcmp(argv[1], screen.screen) == 0) art = &screen;
+  if (!art) {
     std::fputs(kUsage, stderr);
     return 2;
   }
   std::filesystem::path folder = argv[2];
-  std::string archive = screen->archive;
   std::error_code failure;
   std::filesystem::create_directories(folder, failure);
-  screen_art::ArtSet set(folder / (archive + ".tree"), leaveOut);
-  screen->draw(set);
   std::string error;
-  if (!set.Pack((folder / (archive + ".arc")).string(), &error) || !screen_art::writeScreenCursors(folder, &error)) {
+  for (const ArchiveArt& archive : art->archives) {
+    std::filesystem::path tree = folder / (std::string(archive.archive) + ".tree");
+    screen_art::ArtSet set(tree, leaveOut);
+    archive.draw(set);
+    bool packed = set.Pack((folder / archive.archive).string(), &error);
+    std::filesystem::remove_all(tree, failure);
+    if (!packed) break;
+  }
+  if (!error.empty() || !screen_art::writeScreenCursors(folder, &error)) {
     std::fprintf(stderr, "screen_art: %s\n", error.c_str());
     return 1;
   }
-  std::filesystem::remove_all(folder / (archive + ".tree"), failure);
   return 0;
 }

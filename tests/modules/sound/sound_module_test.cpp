@@ -42,18 +42,6 @@ Outcome runRecorded(const std::string& module, const TempDir& work, audio::Recor
   return outcome;
 }
 
-// The Unix path of a file or folder that a Windows path names (Wine's own conversion).
-std::string unixPath(const std::filesystem::path& path) {
-  using Convert = char*(CDECL*)(const wchar_t*);
-  FARPROC found = GetProcAddress(GetModuleHandleA("kernel32"), "wine_get_unix_file_name");
-  auto convert = reinterpret_cast<Convert>(reinterpret_cast<void*>(found));
-  if (!convert) return {};
-  char* converted = convert(path.wstring().c_str());
-  std::string text = converted ? converted : "";
-  HeapFree(GetProcessHeap(), 0, converted);
-  return text;
-}
-
 // Runs the host on a module from a Unix shell with `unixEnvironment` ("NAME=value ..."): the
 // audio driver of a Wine process reads the Unix environment, which a Windows parent cannot
 // change for its child. The exit code comes back in a file.

@@ -1,7 +1,7 @@
-// What every test of a whole screen needs: the screen's files drawn by the art generator into a
-// temporary folder named by the profile's "BinDir", a 640 by 480 target, and the screen run on
-// a thread of its own, as on the module's, while the test plays the window through the fake
-// host and reads the target.
+// A menu screen run natively as the module runs it: on a thread of its own, drawing into a
+// 640x480 24-bit target, while the test plays the window through a FakeScreenHost and reads the
+// target's pixels. The screens' files come from screen_art, copied in as "art\NAME", since the
+// screens put a backslash behind their folder and natively that is part of a file name.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -13,7 +13,6 @@
 #include <future>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "graphics/graphic.h"
 #include "host/exports/services.h"
@@ -21,35 +20,37 @@
 #include "tests/temp_dir.h"
 #include "tools/screen_art/art_set.h"
 
-class ScreenTest : public ::testing::Test {
+class ScreenRunTest : public ::testing::Test {
  protected:
-  // The screens put a backslash behind their folder; natively that is part of a file name, so
-  // the files are made as "art\SaveMenu.arc" and so on in the temporary folder.
-  explicit ScreenTest(const char* testName) : target(std::make_unique<Graphic>(kConversionNone)) {
-    ZPK_SetRegistryKey("Runa1 Tests", testName);
+  explicit ScreenRunTest(const char* profileName) : target(std::make_unique<Graphic>(kConversionNone)) {
+    ZPK_SetRegistryKey("Runa1 Tests", profileName);
     ZPK_WriteProfileString("Installed", "BinDir", folder.file("art").c_str());
     target->CreateBitmap(640, 480, 24);
   }
-  ~ScreenTest() override {
+  ~ScreenRunTest() override {
     if (result.valid()) Result();  // a test that stopped early leaves no screen behind
     ZPK_WriteProfileString("Installed", nullptr, nullptr);
+    ZPK_WriteProfileString("Config", nullptr, nullptr);
   }
 
-  // Draws `archive`.arc with `draw`, leaving out the bitmaps of `leaveOut`, and the cursors.
-  void MakeArt(const std::string& archive, void (*draw)(screen_art::ArtSet&), std::vector<std::string> leaveOut = {}) {
-    std::filesystem::path art = folder.path() / "drawn";
-    screen_art::ArtSet set(art / "tree", std::move(leaveOut));
+  // Draws an archive of screen_art into the folder: as "art\NAME" for the screens' own, as
+  // NAME for those a module hands in. The cursor files go with the screens' archives.
+  void MakeArchive(const std::string& name, void (*draw)(screen_art::ArtSet&), bool screens,
+                   std::vector<std::string> leaveOut = {}) {
+    std::filesystem::path drawn = folder.path() / "drawn";
+    screen_art::ArtSet set(drawn / "tree", std::move(leaveOut));
     draw(set);
     std::string error;
-    ASSERT_TRUE(set.Pack((art / (archive + ".arc")).string(), &error)) << error;
-    ASSERT_TRUE(screen_art::writeScreenCursors(art, &error)) << error;
-    for (const std::string& name : {archive + ".arc", std::string("Arrow.cur"), std::string("GripHand.cur")})
-      std::filesystem::copy_file(art / name, folder.path() / ("art\\" + name),
+    ASSERT_TRUE(set.Pack(folder.file(screens ? "art\\" + name : name), &error)) << error;
+    if (!screens) return;
+    ASSERT_TRUE(screen_art::writeScreenCursors(drawn, &error)) << error;
+    for (const char* cursor : {"Arrow.cur", "GripHand.cur"})
+      std::filesystem::copy_file(drawn / cursor, folder.path() / (std::string("art\\") + cursor),
                                  std::filesystem::copy_options::overwrite_existing);
   }
 
-  // Runs `screen` on its thread and waits until it has drawn.
-  void StartScreen(std::function<int32_t()> screen) {
+  // Runs `screen` on its own thread and waits until it has drawn.
+  void Start(std::function<int32_t()> screen) {
     repaints = host.invalidations;
     result = std::async(std::launch::async, std::move(screen));
     AwaitRepaint();
@@ -65,8 +66,7 @@ class ScreenTest : public ::testing::Test {
     for (int i = 0; i < 5000 && Pixel(x, y) != colour; ++i) os::sleep(1);
     return Pixel(x, y) == colour;
   }
-  // The screen takes input again after a box or a new page: wait for the cursor of an active
-  // screen.
+  // Waits until the screen takes input: the cursor of an active screen.
   bool Active() {
     for (int i = 0; i < 5000 && host.cursor == fakeCursor(FakeScreenHost::kWait); ++i) os::sleep(1);
     return host.cursor != fakeCursor(FakeScreenHost::kWait);
@@ -81,6 +81,7 @@ class ScreenTest : public ::testing::Test {
     return result.get();
   }
   bool Running() { return result.wait_for(std::chrono::milliseconds(50)) == std::future_status::timeout; }
+
   uint32_t Pixel(int32_t x, int32_t y) {
     const uint8_t* pixel = target->Pixels() + (479 - y) * dibPitch(640, 24) + 3 * x;
     return pixel[0] | pixel[1] << 8 | pixel[2] << 16;
