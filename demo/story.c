@@ -314,9 +314,10 @@ static uint32_t getWord(uint32_t offset) {
 
 /* "nodali<page><slot>.sav" in the save folder. */
 static void saveFilePath(char* path, int page, int slot) {
-  const char* folder = ZPK_GetProfileString("Installed", "SaveDir", "");
+  char* folder = ZPK_GetProfileString("Installed", "SaveDir", "");
   int length = 0;
-  while (folder[length] && length < MAX_PATH - 20) path[length] = folder[length], ++length;
+  while (folder && folder[length] && length < MAX_PATH - 20) path[length] = folder[length], ++length;
+  if (folder) HeapFree(GetProcessHeap(), 0, folder);
   if (length && path[length - 1] != '\\') path[length++] = '\\';
   for (const char* c = "nodali00.sav"; *c; ++c) path[length++] = *c;
   path[length] = 0;
