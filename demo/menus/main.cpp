@@ -1,0 +1,38 @@
+// demo_menus: draws the demo's menu screens that the host gets later and packs their archives.
+#include <cstring>
+#include <filesystem>
+#include <iostream>
+
+#include "demo/menus/menu_art.h"
+
+namespace {
+
+const char kUsage[] =
+    "usage: demo_menus DIRECTORY   write Startup.arc (start-up and bonus menus) and SoundCfg.arc\n"
+    "                              (sound configuration) into DIRECTORY\n"
+    "       demo_menus --help\n";
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc == 2 && (std::strcmp(argv[1], "--help") == 0 || std::strcmp(argv[1], "-h") == 0)) {
+    std::cout << kUsage;
+    return 0;
+  }
+  if (argc != 2) {
+    std::cerr << "demo_menus: give one output directory\n" << kUsage;
+    return 2;
+  }
+  const std::filesystem::path folder = argv[1];
+  std::string error;
+  screen_art::ArtSet startup(folder / "startup.tree", {});
+  demo_menus::drawStartupMenus(startup);
+  const std::string soundTree = (folder / "soundcfg.tree").string();
+  screen_art::ArtSet sound(soundTree, {});
+  if (!startup.Pack((folder / "Startup.arc").string(), &error) ||
+      !demo_menus::drawSoundConfig(sound, soundTree, &error) || !sound.Pack((folder / "SoundCfg.arc").string(), &error)) {
+    std::cerr << "demo_menus: " << error << "\n";
+    return 1;
+  }
+  return 0;
+}
