@@ -84,6 +84,9 @@ if [ $tour = 1 ]; then
   runa1_wine_audio_pulse
   rm -rf "$tourDir" "$root/win32/demo/saves"
   mkdir -p "$tourDir"
+  # Voices at half their volume, one step below the top, so that the recording shows that the
+  # game follows the sound configuration.
+  wine reg add 'HKCU\Software\Runa1\Demo\Config' /v VolumeOfVoice /t REG_DWORD /d 7 /f >/dev/null 2>&1
   bash "$here/pulse-record.sh" start "$tourDir/sound.raw"
   for _ in $(seq 100); do [ -f "$tourDir/sound.raw.started" ] && break; sleep 0.05; done
 fi

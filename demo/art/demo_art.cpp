@@ -60,15 +60,6 @@ uint8_t shade(Band band, double level) {
   return uint8_t(band.first + std::clamp(int32_t(level), 0, band.count - 1));
 }
 
-Picture blankPicture(int32_t width, int32_t height, uint32_t bits) {
-  Picture picture;
-  picture.width = width;
-  picture.height = height;
-  picture.bits = bits;
-  if (bits <= 8) picture.palette.assign(size_t(1) << bits, RGBQUAD{0, 0, 0, 0});
-  picture.pixels.assign(size_t(picture.pitch()) * height, 0);
-  return picture;
-}
 
 uint8_t* rowFromTop(Picture* picture, int32_t y) {
   return picture->pixels.data() + size_t(picture->height - 1 - y) * picture->pitch();
@@ -240,6 +231,16 @@ bool drawText(Picture* picture, int32_t x, int32_t y, const std::string& text, i
     }
   }
   return true;
+}
+
+Picture blankPicture(int32_t width, int32_t height, uint32_t bits) {
+  Picture picture;
+  picture.width = width;
+  picture.height = height;
+  picture.bits = bits;
+  if (bits <= 8) picture.palette.assign(size_t(1) << bits, RGBQUAD{0, 0, 0, 0});
+  picture.pixels.assign(size_t(picture.pitch()) * height, 0);
+  return picture;
 }
 
 Picture drawPlaceLabel(const std::string& name, const Picture& landscape) {

@@ -64,6 +64,9 @@ const uint8_t* glyphRows(char c);
 // False, and nothing drawn, if a character has no glyph or the text runs outside the picture.
 bool drawText(Picture* picture, int32_t x, int32_t y, const std::string& text, int32_t scale, uint32_t colour);
 
+// A picture of black pixels (palette pictures: index 0 and an all-black palette).
+Picture blankPicture(int32_t width, int32_t height, uint32_t bits);
+
 // Pixel access in rows counted from the top; colours 0x00RRGGBB.
 uint32_t colourAt(const Picture& picture, int32_t x, int32_t y);
 void setColour(Picture* picture, int32_t x, int32_t y, uint32_t colour);

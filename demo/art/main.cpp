@@ -1,5 +1,4 @@
 // demo_art: draws the demo game's pictures into a directory as PNG files.
-#include <cstring>
 #include <filesystem>
 #include <iostream>
 #include <string>
@@ -7,6 +6,7 @@
 #include <vector>
 
 #include "demo/art/demo_art.h"
+#include "demo/output_folder.h"
 
 namespace {
 
@@ -19,20 +19,9 @@ const char kUsage[] =
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc == 2 && (std::strcmp(argv[1], "--help") == 0 || std::strcmp(argv[1], "-h") == 0)) {
-    std::cout << kUsage;
-    return 0;
-  }
-  if (argc != 2) {
-    std::cerr << "demo_art: give one output directory\n" << kUsage;
-    return 2;
-  }
-  std::error_code code;
-  std::filesystem::create_directories(argv[1], code);
-  if (code) {
-    std::cerr << "demo_art: cannot make " << argv[1] << ": " << code.message() << "\n";
-    return 1;
-  }
+  std::filesystem::path folder;
+  const int early = demo_tools::outputFolder(argc, argv, "demo_art", kUsage, &folder);
+  if (early >= 0) return early;
   const Picture landscape = demo_art::drawLandscape();
   std::vector<std::pair<std::string, Picture>> pictures = {{"landscape.png", landscape},
                                                            {"pattern.png", demo_art::drawPattern()},
@@ -45,7 +34,7 @@ int main(int argc, char** argv) {
   }
   for (const auto& [name, picture] : pictures) {
     std::string error;
-    if (!writePicture((std::filesystem::path(argv[1]) / name).string(), picture, &error)) {
+    if (!writePicture((folder / name).string(), picture, &error)) {
       std::cerr << "demo_art: " << error << "\n";
       return 1;
     }

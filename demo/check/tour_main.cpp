@@ -17,11 +17,14 @@ const char kUsage[] =
     "usage: demo_tour_check --tour DIR --pictures DIR --report FILE\n"
     "Checks the screenshots that scripts/demo.sh's tour saved in DIR (title, scene, map, place,\n"
     "save, ending, load, loaded) against the game's files in --pictures, and that its recording\n"
-    "DIR/sound.raw holds the title's music and the first voice. The report is the file the game\n"
-    "wrote through RUNA1_DEMO_REPORT. Exit code 0 if everything is there.\n";
+    "DIR/sound.raw holds the title's music and the first voice, this at the half volume the tour\n"
+    "sets. The report is the file the game wrote through RUNA1_DEMO_REPORT. Exit code 0 if\n"
+    "everything is there.\n";
 
 constexpr size_t kRecordingDecimation = 8;  // 44100 Hz to 5512.5 Hz
 constexpr double kMinimumCorrelation = 0.5;
+// The tour sets the voice volume to step 7 of 8: half the voice's level.
+constexpr double kTourVoiceGain = 0.5, kGainTolerance = 0.1;
 constexpr int32_t kChosenPlace = 1;  // the tour picks the second place
 
 // The mono samples of a 16-bit PCM wave file; empty with a message if it is none.
@@ -48,23 +51,34 @@ std::vector<float> readWave(const std::string& path, uint32_t* rate, std::string
   return samples;
 }
 
+struct Heard {
+  double correlation = -1;  // below 0 when the file cannot be read
+  double gain = 0;  // the scale of the file's samples in the recording where they match best
+};
+
 // How well `seconds` of the file from `from` match somewhere in the recording, both seen at the
-// same low rate.
-double bestMatch(const std::vector<float>& recording, const std::string& path, double from, double seconds,
-                 std::string* error) {
+// same low rate, and at what gain.
+Heard bestMatch(const std::vector<float>& recording, const std::string& path, double from, double seconds,
+                std::string* error) {
   uint32_t rate = 0;
   std::vector<float> samples = readWave(path, &rate, error);
-  if (samples.empty()) return -1;
+  if (samples.empty()) return {};
   const size_t factor = rate * kRecordingDecimation / 44100;
   const size_t begin = size_t(from * rate), count = size_t(seconds * rate);
   if (factor == 0 || begin + count > samples.size()) {
     *error = path + ": too short";
-    return -1;
+    return {};
   }
   std::vector<float> reference(samples.begin() + begin, samples.begin() + begin + count);
   reference = demo_check::decimate(reference, factor);
-  if (recording.size() < reference.size()) return 0;
-  return audio::crossCorrelate(recording, reference, 0, recording.size() - reference.size()).correlation;
+  if (recording.size() < reference.size()) return {0, 0};
+  const audio::Match match = audio::crossCorrelate(recording, reference, 0, recording.size() - reference.size());
+  double product = 0, energy = 0;
+  for (size_t i = 0; i < reference.size(); ++i) {
+    product += double{recording[match.lag + i]} * reference[i];
+    energy += double{reference[i]} * reference[i];
+  }
+  return {match.correlation, energy > 0 ? product / energy : 0};
 }
 
 int report(const std::string& what, const std::vector<std::string>& problems) {
@@ -148,17 +162,24 @@ int main(int argc, char** argv) {
     double from, seconds;
   } sounds[] = {{"music", pictures + "/title.wav", 0.5, 1.0}, {"voice", pictures + "/voice00.wav", 0.2, 1.0}};
   for (const auto& sound : sounds) {
-    const double correlation = bestMatch(heard, sound.file, sound.from, sound.seconds, &error);
-    if (correlation < 0) {
+    const Heard heardSound = bestMatch(heard, sound.file, sound.from, sound.seconds, &error);
+    if (heardSound.correlation < 0) {
       std::cerr << "demo_tour_check: " << error << "\n";
       ++failures;
       continue;
     }
-    const bool heardIt = correlation >= kMinimumCorrelation;
+    const bool heardIt = heardSound.correlation >= kMinimumCorrelation;
     (heardIt ? std::cout : std::cerr) << "demo_tour_check: " << sound.what << ": the recording matches "
-                                      << sound.file << " with a correlation of " << correlation
-                                      << (heardIt ? "" : ", too little") << "\n";
+                                      << sound.file << " with a correlation of " << heardSound.correlation
+                                      << (heardIt ? "" : ", too little") << " at a gain of " << heardSound.gain
+                                      << "\n";
     failures += !heardIt;
+  }
+  const Heard voice = bestMatch(heard, pictures + "/voice00.wav", 0.2, 1.0, &error);
+  if (voice.gain < kTourVoiceGain - kGainTolerance || voice.gain > kTourVoiceGain + kGainTolerance) {
+    std::cerr << "demo_tour_check: the voice plays at a gain of " << voice.gain << ", not at " << kTourVoiceGain
+              << " as the tour's voice volume asks\n";
+    ++failures;
   }
   vkUninitialize();
   return failures ? 1 : 0;

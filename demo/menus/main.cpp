@@ -1,9 +1,9 @@
 // demo_menus: draws the demo's menu screens that the host gets later and packs their archives.
-#include <cstring>
 #include <filesystem>
 #include <iostream>
 
 #include "demo/menus/menu_art.h"
+#include "demo/output_folder.h"
 
 namespace {
 
@@ -15,15 +15,9 @@ const char kUsage[] =
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc == 2 && (std::strcmp(argv[1], "--help") == 0 || std::strcmp(argv[1], "-h") == 0)) {
-    std::cout << kUsage;
-    return 0;
-  }
-  if (argc != 2) {
-    std::cerr << "demo_menus: give one output directory\n" << kUsage;
-    return 2;
-  }
-  const std::filesystem::path folder = argv[1];
+  std::filesystem::path folder;
+  const int early = demo_tools::outputFolder(argc, argv, "demo_menus", kUsage, &folder);
+  if (early >= 0) return early;
   std::string error;
   screen_art::ArtSet startup(folder / "startup.tree", {});
   demo_menus::drawStartupMenus(startup);

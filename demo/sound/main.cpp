@@ -1,10 +1,10 @@
 // demo_sound: composes the demo game's songs and makes its sound effects.
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <string>
 
+#include "demo/output_folder.h"
 #include "demo/sound/demo_sound.h"
 
 namespace {
@@ -28,21 +28,9 @@ bool writeFile(const std::filesystem::path& path, const std::string& bytes) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc == 2 && (std::strcmp(argv[1], "--help") == 0 || std::strcmp(argv[1], "-h") == 0)) {
-    std::cout << kUsage;
-    return 0;
-  }
-  if (argc != 2) {
-    std::cerr << "demo_sound: give one output directory\n" << kUsage;
-    return 2;
-  }
-  const std::filesystem::path folder = argv[1];
-  std::error_code code;
-  std::filesystem::create_directories(folder, code);
-  if (code) {
-    std::cerr << "demo_sound: cannot make " << folder.string() << ": " << code.message() << "\n";
-    return 1;
-  }
+  std::filesystem::path folder;
+  const int early = demo_tools::outputFolder(argc, argv, "demo_sound", kUsage, &folder);
+  if (early >= 0) return early;
   using namespace demo_sound;
   bool written =
       writeFile(folder / "title.mid", standardMidiFile(composeSong(Mood::kTitle, kTitleSeed))) &&

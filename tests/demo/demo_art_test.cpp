@@ -141,17 +141,8 @@ TEST(DemoTextTest, GlyphsCoverLettersDigitsAndPunctuationOnly) {
   for (char c : {'a', 'z', '@', '\0', '\xA0'}) EXPECT_EQ(demo_art::glyphRows(c), nullptr) << int(c);
 }
 
-Picture blank24(int32_t width, int32_t height) {
-  Picture picture;
-  picture.width = width;
-  picture.height = height;
-  picture.bits = 24;
-  picture.pixels.assign(size_t(picture.pitch()) * height, 0);
-  return picture;
-}
-
 TEST(DemoTextTest, DrawsScaledGlyphsAtTheirPlace) {
-  Picture picture = blank24(40, 20);
+  Picture picture = demo_art::blankPicture(40, 20, 24);
   ASSERT_TRUE(demo_art::drawText(&picture, 3, 2, "L", 2, 0xFF0000));
   // L at scale 2: the left column two pixels wide and 14 high, the foot 10 wide.
   for (int32_t y = 0; y < picture.height; ++y) {
@@ -163,7 +154,7 @@ TEST(DemoTextTest, DrawsScaledGlyphsAtTheirPlace) {
 }
 
 TEST(DemoTextTest, RefusesUnknownCharactersAndTextOutsideThePictureWithoutDrawing) {
-  Picture picture = blank24(40, 20);
+  Picture picture = demo_art::blankPicture(40, 20, 24);
   const std::vector<uint8_t> before = picture.pixels;
   EXPECT_FALSE(demo_art::drawText(&picture, 0, 0, "Aa", 1, 0xFFFFFF));
   EXPECT_FALSE(demo_art::drawText(&picture, 0, 0, "ABCDEFG", 1, 0xFFFFFF));  // 41 pixels wide

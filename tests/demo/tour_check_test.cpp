@@ -11,18 +11,9 @@ namespace {
 
 constexpr int32_t kLeft = 30, kTop = 20;  // the client area in the test's screenshots
 
-Picture blank(int32_t width, int32_t height) {
-  Picture picture;
-  picture.width = width;
-  picture.height = height;
-  picture.bits = 24;
-  picture.pixels.assign(size_t(picture.pitch()) * height, 0);
-  return picture;
-}
-
 // A landscape whose every pixel tells its place.
 Picture codedLandscape() {
-  Picture picture = blank(1920, 1440);
+  Picture picture = demo_art::blankPicture(1920, 1440, 24);
   for (int32_t y = 0; y < picture.height; ++y) {
     for (int32_t x = 0; x < picture.width; ++x) demo_art::setColour(&picture, x, y, uint32_t(x) << 12 | uint32_t(y));
   }
@@ -38,7 +29,7 @@ void fill(Picture* picture, int32_t left, int32_t top, int32_t right, int32_t bo
 // The story's screen as the game draws it, at (kLeft, kTop) of a larger screenshot, with a
 // block of ink on each of the first `lines` text lines.
 Picture sceneShot(const Picture& landscape, int32_t place, int32_t lines) {
-  Picture shot = blank(DEMO_CLIENT_WIDTH + 60, DEMO_CLIENT_HEIGHT + 40);
+  Picture shot = demo_art::blankPicture(DEMO_CLIENT_WIDTH + 60, DEMO_CLIENT_HEIGHT + 40, 24);
   int32_t cornerX, cornerY;
   demoSceneCorner(place, landscape.width, landscape.height, &cornerX, &cornerY);
   for (int32_t y = 0; y < DEMO_CLIENT_HEIGHT; ++y) {
@@ -109,7 +100,7 @@ TEST_F(SceneCheckTest, AClientAreaOffTheScreenshotFails) {
 
 // Page 1 of the save screens with slot 0's mark and picture of the given colours.
 Picture savePage(uint32_t mark, uint32_t picture) {
-  Picture shot = blank(DEMO_CLIENT_WIDTH + 60, DEMO_CLIENT_HEIGHT + 40);
+  Picture shot = demo_art::blankPicture(DEMO_CLIENT_WIDTH + 60, DEMO_CLIENT_HEIGHT + 40, 24);
   fill(&shot, kLeft, kTop, kLeft + DEMO_CLIENT_WIDTH - 1, kTop + DEMO_CLIENT_HEIGHT - 1, SAVE_ART_PAGE_COLOUR(1));
   fill(&shot, kLeft + 36 + 48, kTop + 40 + 3, kLeft + 36 + 48 + SAVE_ART_KIND_WIDTH - 1,
        kTop + 40 + 3 + SAVE_ART_KIND_HEIGHT - 1, mark);
@@ -129,12 +120,12 @@ TEST(SavePageCheckTest, TellsAnEmptySlotFromTheGamesSave) {
 }
 
 TEST(MapLabelCheckTest, FindsTheLabelInTheMiddleWithinAPixel) {
-  Picture label = blank(30, 10);
+  Picture label = demo_art::blankPicture(30, 10, 24);
   for (int32_t y = 0; y < label.height; ++y) {
     for (int32_t x = 0; x < label.width; ++x) demo_art::setColour(&label, x, y, 0x101000u * uint32_t(x % 7) + uint32_t(y));
   }
   auto shotWithLabelAt = [&](int32_t x0, int32_t y0) {
-    Picture shot = blank(DEMO_CLIENT_WIDTH + 60, DEMO_CLIENT_HEIGHT + 40);
+    Picture shot = demo_art::blankPicture(DEMO_CLIENT_WIDTH + 60, DEMO_CLIENT_HEIGHT + 40, 24);
     fill(&shot, kLeft, kTop, kLeft + DEMO_CLIENT_WIDTH - 1, kTop + DEMO_CLIENT_HEIGHT - 1, 0x406080);
     for (int32_t y = 0; y < label.height; ++y) {
       for (int32_t x = 0; x < label.width; ++x) {
