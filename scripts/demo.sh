@@ -153,7 +153,13 @@ else
   # The title with the lens, the first entry of the story, the map, the place chosen (the
   # second, to the right of the first), the save screen (its first slot taken), the last entry,
   # the ending, back to the title, the load screen and the story loaded from the save.
-  point 560 130
+  # A motion that comes before the window takes it is lost: move until the game reports the lens.
+  for _ in $(seq 30); do
+    point 559 130
+    point 560 130
+    sleep 0.3
+    grep -q ' 560 130$' "$report" && break
+  done
   wait_for "music "
   settle
   snap "$tourDir/title.png"

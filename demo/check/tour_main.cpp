@@ -1,4 +1,5 @@
 // demo_tour_check: tells whether the demo's tour saw and heard what the game must show and play.
+#include <cmath>
 #include <cstring>
 #include <fstream>
 #include <iostream>
@@ -53,7 +54,7 @@ std::vector<float> readWave(const std::string& path, uint32_t* rate, std::string
 
 struct Heard {
   double correlation = -1;  // below 0 when the file cannot be read
-  double gain = 0;  // the scale of the file's samples in the recording where they match best
+  double gain = 0;  // the level of the recording where it matches best over the file's level
 };
 
 // How well `seconds` of the file from `from` match somewhere in the recording, both seen at the
@@ -73,12 +74,12 @@ Heard bestMatch(const std::vector<float>& recording, const std::string& path, do
   reference = demo_check::decimate(reference, factor);
   if (recording.size() < reference.size()) return {0, 0};
   const audio::Match match = audio::crossCorrelate(recording, reference, 0, recording.size() - reference.size());
-  double product = 0, energy = 0;
+  double heardEnergy = 0, energy = 0;
   for (size_t i = 0; i < reference.size(); ++i) {
-    product += double{recording[match.lag + i]} * reference[i];
+    heardEnergy += double{recording[match.lag + i]} * recording[match.lag + i];
     energy += double{reference[i]} * reference[i];
   }
-  return {match.correlation, energy > 0 ? product / energy : 0};
+  return {match.correlation, energy > 0 ? std::sqrt(heardEnergy / energy) : 0};
 }
 
 int report(const std::string& what, const std::vector<std::string>& problems) {
