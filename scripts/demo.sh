@@ -134,14 +134,23 @@ snap_still() {
 }
 # At a client point of the window.
 point() { xdotool mousemove $((left + $1)) $((top + $2)); }
+# Points at (x, y) until the game reports its lens there: a motion that comes before the window
+# takes it is lost.
+show_lens() {
+  for _ in $(seq 30); do
+    point $(($1 - 1)) "$2"
+    point "$1" "$2"
+    sleep 0.3
+    grep -q " $1 $2\$" "$report" && return 0
+  done
+}
 # A spot of the window where no control lies: the keys go to the window under the pointer.
 away() { point 600 20; }
 
 wait_for ready
 read -r _ left top < <(grep '^client ' "$report")
 if [ $tour = 0 ]; then
-  point "${pointer%,*}" "${pointer#*,}"
-  sleep 0.3
+  show_lens "${pointer%,*}" "${pointer#*,}"
   for key in $keys; do
     xdotool key "$key"
     sleep 0.1
@@ -153,13 +162,7 @@ else
   # The title with the lens, the first entry of the story, the map, the place chosen (the
   # second, to the right of the first), the save screen (its first slot taken), the last entry,
   # the ending, back to the title, the load screen and the story loaded from the save.
-  # A motion that comes before the window takes it is lost: move until the game reports the lens.
-  for _ in $(seq 30); do
-    point 559 130
-    point 560 130
-    sleep 0.3
-    grep -q ' 560 130$' "$report" && break
-  done
+  show_lens 560 130
   wait_for "music "
   settle
   snap "$tourDir/title.png"
