@@ -49,11 +49,11 @@ fuzz: asan
 bench: native
 	@for b in $(BUILD)/native/bench/*_bench; do echo "== $$b"; "$$b" || exit 1; done
 
-# Builds only what the demo needs (the native tools that make its pictures and link it, then
-# runa1.exe and the module) and runs it: in a window on $$DISPLAY, or headless on Xvfb with a
-# screenshot under $(BUILD)/demo/.
+# Builds only what the demo needs (the native tools that make its pictures, music, sounds and
+# menu files and link it, then runa1.exe and the module) and runs it: in a window on $$DISPLAY,
+# or headless as a tour on Xvfb with screenshots and a recording under $(BUILD)/demo/tour/.
 demo: $(BUILD)/native/build.ninja $(BUILD)/win32/build.ninja
-	@cmake --build $(BUILD)/native -j $(JOBS) --target zpelink mqimage demo_art
+	@cmake --build $(BUILD)/native -j $(JOBS) --target zpelink mqimage demo_art demo_sound demo_menus midirender screen_art
 	@cmake --build $(BUILD)/win32 -j $(JOBS) --target runa1 demo
 	@bash scripts/demo.sh --build $(BUILD)
 

@@ -1,16 +1,21 @@
-/* The demo game: a 640x480 window with a big landscape that the arrow keys scroll, a framed lens
- * that follows the mouse and magnifies what lies under it, a click that swaps the landscape for
- * a colour pattern, and a title plate on top. Escape or the close box ends it.
+/* The demo game: a small game in a 640x480 window. The title screen is a big landscape that the
+ * arrow keys scroll, with a framed lens that follows the mouse and magnifies what lies under it,
+ * a click that swaps the landscape for a colour pattern, and a title plate on top; Enter starts
+ * the story, L loads a saved one, Escape or the close box ends the game. The story walks through
+ * the scene script (scene.sjis): Japanese text drawn with font images in a ruled text window,
+ * each entry voiced; the map scene where the player picks a place; the save screen; the last
+ * scene and the ending. Music is our own MIDI song, or its rendering as a wave where no MIDI
+ * device plays; the voice volume, the music volume and the message speed come from the sound
+ * configuration's profile values.
  *
  * The window hooks run on the host's main thread and only note what happened; the game loop
  * on the module thread owns the screens and applies the input. With the environment variable
  * RUNA1_DEMO_REPORT naming a file, the game writes there where its client area lies on the
- * screen ("client LEFT TOP"), "ready" once the first frame is painted, its state after every
- * change ("state SCROLLX SCROLLY PICTURE LENSX LENSY") and "end": what a test or a script
- * driving the demo needs to know. */
-#include <windows.h>
-
-#include <runa1.h>
+ * screen ("client LEFT TOP"), "ready" once the first frame is painted, the title's state after
+ * every change ("state SCROLLX SCROLLY PICTURE LENSX LENSY"), the screens it shows ("screen
+ * NAME"), what it plays and chooses, and "end": what a test or a script driving the demo needs
+ * to know. */
+#include "demo_game.h"
 
 #include "demo_layout.h"
 
@@ -18,7 +23,7 @@ static const char kTitle[] = "Runa1 Demo";
 static const char* const kPictureFiles[DEMO_PICTURE_COUNT] = {"landscape.mqi", "pattern.mqi"};
 
 /* Written by the hooks (main thread), taken by the game loop (module thread). */
-static volatile LONG pendingStepsX, pendingStepsY, pendingClicks, quitRequested;
+static volatile LONG pendingStepsX, pendingStepsY, pendingClicks, pendingEnters, pendingLoads, quitAsked;
 static volatile LONG pointerMoves, pointerPosition; /* the lParam of the last WM_MOUSEMOVE */
 
 /* The game's own state, module thread only. */
@@ -35,14 +40,17 @@ static uint32_t __stdcall onKeyDown(HWND hwnd, uint32_t message, uint32_t key, i
     case VK_RIGHT: __atomic_add_fetch(&pendingStepsX, 1, __ATOMIC_SEQ_CST); break;
     case VK_UP: __atomic_sub_fetch(&pendingStepsY, 1, __ATOMIC_SEQ_CST); break;
     case VK_DOWN: __atomic_add_fetch(&pendingStepsY, 1, __ATOMIC_SEQ_CST); break;
-    case VK_ESCAPE: __atomic_store_n(&quitRequested, 1, __ATOMIC_SEQ_CST); break;
+    case VK_RETURN:
+    case VK_SPACE: __atomic_add_fetch(&pendingEnters, 1, __ATOMIC_SEQ_CST); break;
+    case 'L': __atomic_add_fetch(&pendingLoads, 1, __ATOMIC_SEQ_CST); break;
+    case VK_ESCAPE: __atomic_store_n(&quitAsked, 1, __ATOMIC_SEQ_CST); break;
   }
   return 0;
 }
 
 /* The frame only beeps at its close box and leaves the decision to the game: it ends. */
 static uint32_t __stdcall onClose(HWND hwnd, uint32_t message, uint32_t wParam, int32_t lParam) {
-  __atomic_store_n(&quitRequested, 1, __ATOMIC_SEQ_CST);
+  __atomic_store_n(&quitAsked, 1, __ATOMIC_SEQ_CST);
   return 0;
 }
 
@@ -71,8 +79,7 @@ static char* appendNumber(char* out, int value) {
   return out;
 }
 
-/* One report line: a word and up to five numbers. */
-static void reportLine(const char* word, int count, const int* numbers) {
+void reportLine(const char* word, int count, const int* numbers) {
   if (!reportFile) return;
   char line[96];
   char* end = line;
@@ -83,6 +90,17 @@ static void reportLine(const char* word, int count, const int* numbers) {
   }
   *end++ = '\n';
   File_Write(reportFile, line, (uint32_t)(end - line));
+}
+
+void reportWords(const char* first, const char* second) {
+  if (!reportFile) return;
+  char line[96];
+  uint32_t length = 0;
+  for (const char* part[] = {first, " ", second}, **p = part; p < part + 3; ++p) {
+    for (const char* c = *p; *c && length < sizeof line - 1; ++c) line[length++] = *c;
+  }
+  line[length++] = '\n';
+  File_Write(reportFile, line, length);
 }
 
 static void reportState(void) {
@@ -96,9 +114,8 @@ static void openReport(void) {
   if (length > 0 && length < sizeof path) reportFile = File_OpenFile(path, FILE_WRITE | FILE_CREATE);
 }
 
-/* Tells the player why the game cannot go on: on the error output and the debug channel. */
-static void complain(const char* what, const char* name) {
-  char message[160];
+void complain(const char* what, const char* name) {
+  char message[360];
   uint32_t length = 0;
   for (const char* part[] = {"demo: ", what, " ", name, "\n"}, **p = part; p < part + 5; ++p) {
     for (const char* c = *p; *c && length < sizeof message - 1; ++c) message[length++] = *c;
@@ -272,10 +289,47 @@ static void hookInput(ZPKWNDPROC keys, ZPKWNDPROC close, ZPKWNDPROC mouse, ZPKWN
   ZPK_SetWndMessageProc(WM_LBUTTONDOWN, buttons);
 }
 
-/* Applies what the hooks noted, until Escape or the close box. */
-static void play(void) {
-  LONG movesSeen = 0;
-  while (!__atomic_load_n(&quitRequested, __ATOMIC_SEQ_CST)) {
+int quitRequested(void) { return __atomic_load_n(&quitAsked, __ATOMIC_SEQ_CST) != 0; }
+
+int takeAdvances(void) {
+  return __atomic_exchange_n(&pendingEnters, 0, __ATOMIC_SEQ_CST) + __atomic_exchange_n(&pendingClicks, 0, __ATOMIC_SEQ_CST);
+}
+
+void forgetInput(void) {
+  __atomic_store_n(&pendingStepsX, 0, __ATOMIC_SEQ_CST);
+  __atomic_store_n(&pendingStepsY, 0, __ATOMIC_SEQ_CST);
+  __atomic_store_n(&pendingLoads, 0, __ATOMIC_SEQ_CST);
+  takeAdvances();
+}
+
+void hostScreenBegins(void) { hookInput(NULL, onClose, NULL, NULL); }
+
+void hostScreenEnds(void) {
+  forgetInput();
+  hookInput(onKeyDown, onClose, onMouseMove, onButtonDown);
+}
+
+/* The title's screens in their order, the lens among them once the pointer has shown up. */
+static void showTitle(void) {
+  View_DetachAllScreen();
+  View_AttachScreen(mainScreen, NULL, 0);
+  if (lensShown) {
+    View_AttachScreen(lensFrameScreen, NULL, 0);
+    View_AttachScreen(lensScreen, NULL, 0);
+  }
+  View_AttachScreen(titleScreen, NULL, 0);
+  InvalidateRect(window, NULL, FALSE);
+}
+
+typedef enum TitleChoice { TITLE_START, TITLE_LOAD, TITLE_QUIT } TitleChoice;
+
+/* Applies what the hooks noted, until Enter, L, Escape or the close box. */
+static TitleChoice title(void) {
+  LONG movesSeen = __atomic_load_n(&pointerMoves, __ATOMIC_SEQ_CST);
+  for (;;) {
+    if (quitRequested()) return TITLE_QUIT;
+    if (__atomic_exchange_n(&pendingEnters, 0, __ATOMIC_SEQ_CST)) return TITLE_START;
+    if (__atomic_exchange_n(&pendingLoads, 0, __ATOMIC_SEQ_CST)) return TITLE_LOAD;
     int changed = 0;
     LONG stepsX = __atomic_exchange_n(&pendingStepsX, 0, __ATOMIC_SEQ_CST);
     LONG stepsY = __atomic_exchange_n(&pendingStepsY, 0, __ATOMIC_SEQ_CST);
@@ -295,6 +349,25 @@ static void play(void) {
   }
 }
 
+/* The game's flow. The host's start-up menu, opening, main menu, sound configuration, bonus
+ * menu (CG and music mode) and ending screens are not in this host yet: the start-up menu and
+ * the opening go before the title loop, the main menu and the sound configuration after each
+ * scene entry when the player asks for them, the bonus menu is a choice of the title, and the
+ * ending takes the place of the story's own ending picture (story.c, showEnding). */
+static void runGame(void) {
+  for (;;) {
+    showTitle();
+    forgetInput();
+    reportWords("screen", "title");
+    playTitleMusic();
+    TitleChoice choice = title();
+    if (choice == TITLE_QUIT) return;
+    Progress progress = {STAGE_INTRO, -1};
+    if (choice == TITLE_LOAD && !loadStory(&progress)) continue;
+    if (!playStory(progress)) return;
+  }
+}
+
 static void deleteScreen(SCREEN screen) {
   if (screen) View_Delete(screen);
 }
@@ -302,6 +375,7 @@ static void deleteScreen(SCREEN screen) {
 static void tearDown(void) {
   hookInput(NULL, NULL, NULL, NULL);
   View_DetachAllScreen();
+  closeStory();
   deleteScreen(mainScreen);
   deleteScreen(lensFrameScreen);
   deleteScreen(lensScreen);
@@ -311,8 +385,27 @@ static void tearDown(void) {
   graphic_DeleteBitmap(lensFrame);
 }
 
+/* What an installer would leave: where the screens find their files and the saves go, and
+ * that the music is there as waves as well. */
+static void install(ZPKMODULE module) {
+  char folder[MAX_PATH];
+  const char* base = ZPK_GetBaseDirectory(module);
+  int length = 0;
+  while (base && base[length] && length < MAX_PATH - 8) folder[length] = base[length], ++length;
+  if (length && folder[length - 1] != '\\') folder[length++] = '\\';
+  folder[length] = 0;
+  ZPK_SetRegistryKey("Runa1", "Demo");
+  ZPK_WriteProfileString("Installed", "BinDir", folder);
+  for (const char* c = "saves"; *c; ++c) folder[length++] = *c;
+  folder[length] = 0;
+  CreateDirectoryA(folder, NULL);
+  ZPK_WriteProfileString("Installed", "SaveDir", folder);
+  ZPK_WriteProfileInt("Installed", "WaveBGMFile", 1);
+}
+
 uint32_t __stdcall StartingProc(ZPKMODULE module) {
   openReport();
+  install(module);
   if (!openWindow()) {
     complain("cannot open", "the main window");
     return 1;
@@ -322,12 +415,12 @@ uint32_t __stdcall StartingProc(ZPKMODULE module) {
   ClientToScreen(window, &origin);
   const int corner[2] = {origin.x, origin.y};
   reportLine("client", 2, corner);
-  if (buildScreens()) {
+  if (buildScreens() && openStory(module, pictures[0])) {
     hookInput(onKeyDown, onClose, onMouseMove, onButtonDown);
     UpdateWindow(window);
     reportLine("ready", 0, NULL);
     reportState();
-    play();
+    runGame();
   }
   tearDown();
   reportLine("end", 0, NULL);

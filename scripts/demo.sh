@@ -1,15 +1,19 @@
 #!/usr/bin/env bash
 # Runs the demo game under Wine. With a display that answers, in a real window until the player
-# presses Escape. Otherwise, or with --headless, on a private Xvfb: waits for the first frame,
-# moves the pointer into the window, presses keys, clicks if asked, saves a screenshot, and ends
-# the game with Escape (killing it only if Escape does not end it). A headless run has a Wine
-# prefix of its own: the processes of one wineserver must share one X display, and the
-# project's prefix may be serving a test run on another.
+# ends it. Otherwise, or with --headless, on a private Xvfb and a private PulseAudio server:
+# the tour visits every screen of the game by keys and clicks, saves a screenshot of each and
+# records the sound to a WAV file. With --keys, --pointer, --click or --screenshot a headless run
+# shows only the title instead: it waits for the first frame, moves the pointer into the window,
+# presses the keys, clicks if asked, saves one screenshot, and ends the game with Escape. The
+# game is killed only if Escape does not end it. A headless run has a Wine prefix of its own:
+# the processes of one wineserver must share one X display, and the project's prefix may be
+# serving a test run on another.
 set -u
-usage="usage: demo.sh [--build ROOT] [--headless] [--screenshot PNG] [--report FILE]
+usage="usage: demo.sh [--build ROOT] [--headless] [--tour DIR] [--screenshot PNG] [--report FILE]
                 [--pointer X,Y] [--keys 'KEY ...'] [--click] [--wineprefix DIR]
   --build ROOT       the build root holding win32/ (default: build)
   --headless         run on a private Xvfb even when a display is there
+  --tour DIR         where the tour saves its screenshots and recording (default: ROOT/demo/tour)
   --screenshot PNG   where a headless run saves its screenshot (default: ROOT/demo/screenshot.png)
   --report FILE      where the game reports its state (default: ROOT/demo/report.txt)
   --pointer X,Y      client point to move the pointer to (default: 560,130)
@@ -17,16 +21,17 @@ usage="usage: demo.sh [--build ROOT] [--headless] [--screenshot PNG] [--report F
   --click            click the left button after the keys (swaps the picture)
   --wineprefix DIR   the Wine prefix of a headless run (default: ROOT/demo/wine)"
 here="$(cd "$(dirname "$0")" && pwd)"
-root=build headless=0 screenshot= report= pointer=560,130 keys="Right Right Down" click=0 prefix=
+root=build headless=0 tour=1 tourDir= screenshot= report= pointer=560,130 keys="Right Right Down" click=0 prefix=
 while [ $# -gt 0 ]; do
   case "$1" in
     --build) root="$2"; shift 2 ;;
     --headless) headless=1; shift ;;
-    --screenshot) screenshot="$2"; shift 2 ;;
+    --tour) tourDir="$2"; shift 2 ;;
+    --screenshot) screenshot="$2"; tour=0; shift 2 ;;
     --report) report="$2"; shift 2 ;;
-    --pointer) pointer="$2"; shift 2 ;;
-    --keys) keys="$2"; shift 2 ;;
-    --click) click=1; shift ;;
+    --pointer) pointer="$2"; tour=0; shift 2 ;;
+    --keys) keys="$2"; tour=0; shift 2 ;;
+    --click) click=1; tour=0; shift ;;
     --wineprefix) prefix="$2"; shift 2 ;;
     -h|--help) echo "$usage"; exit 0 ;;
     *) echo "demo.sh: unknown argument $1" >&2; echo "$usage" >&2; exit 2 ;;
@@ -40,6 +45,7 @@ for file in "$host" "$module"; do
 done
 screenshot="${screenshot:-$root/demo/screenshot.png}"
 report="${report:-$root/demo/report.txt}"
+tourDir="${tourDir:-$root/demo/tour}"
 mkdir -p "$(dirname "$screenshot")" "$(dirname "$report")"
 . "$here/x11-env.sh"
 [ $headless = 1 ] || runa1_display_reachable || headless=1
@@ -54,7 +60,8 @@ fi
 windows_path() { local path="$1"; echo "Z:${path//\//\\}"; }
 
 if [ $headless = 0 ]; then
-  echo "demo: arrow keys scroll, the mouse moves the lens, a click swaps the picture, Escape ends"
+  echo "demo: Enter plays, L loads; on the title the arrow keys scroll, the mouse moves the lens and"
+  echo "      a click swaps the picture; in the story Enter or a click goes on; Escape ends"
   runa1_wine_prefix
   exec wine "$host" "$(windows_path "$module")"
 fi
@@ -62,47 +69,156 @@ fi
 game=
 finish() {
   if [ -n "$game" ] && kill -0 "$game" 2>/dev/null; then kill "$game" 2>/dev/null; wait "$game" 2>/dev/null; fi
+  [ $tour = 1 ] && [ -f "$tourDir/sound.raw.pid" ] && [ ! -f "$tourDir/sound.raw.done" ] && bash "$here/pulse-record.sh" stop "$tourDir/sound.raw"
   wineserver -k 2>/dev/null  # the prefix is this run's own
   runa1_stop_xvfb
+  [ $tour = 1 ] && runa1_stop_pulse
 }
 trap finish EXIT
 runa1_start_xvfb || { echo "demo.sh: no display and Xvfb does not start" >&2; exit 1; }
 runa1_wine_prefix
 rm -f "$report" "$screenshot"
+if [ $tour = 1 ]; then
+  . "$here/pulse-env.sh"
+  runa1_start_pulse "$root/demo/pulse" || { echo "demo.sh: PulseAudio does not start" >&2; exit 1; }
+  runa1_wine_audio_pulse
+  rm -rf "$tourDir" "$root/win32/demo/saves"
+  mkdir -p "$tourDir"
+  # Voices at half their volume, one step below the top, so that the recording shows that the
+  # game follows the sound configuration.
+  wine reg add 'HKCU\Software\Runa1\Demo\Config' /v VolumeOfVoice /t REG_DWORD /d 7 /f >/dev/null 2>&1
+  bash "$here/pulse-record.sh" start "$tourDir/sound.raw"
+  for _ in $(seq 100); do [ -f "$tourDir/sound.raw.started" ] && break; sleep 0.05; done
+fi
 # Wine's helper processes, which inherit the game's error output, complain when the private X
 # server goes away at the end; that is expected and not worth a line.
 RUNA1_DEMO_REPORT="$(windows_path "$report")" RUNA1_AUTO_ANSWER=ok wine "$host" "$(windows_path "$module")" \
   2> >(grep -v --line-buffered '^X connection to .* broken' >&2) &
 game=$!
 
-# Lines of the report: "client LEFT TOP", "ready", "state ...", "end".
-for _ in $(seq 600); do
-  grep -qx ready "$report" 2>/dev/null && break
-  kill -0 "$game" 2>/dev/null || break
-  sleep 0.1
-done
-if ! grep -qx ready "$report" 2>/dev/null; then
-  echo "demo.sh: the game did not show its first frame" >&2
+# Waits until the report holds `count` (default 1) lines that begin with `text`; 30 s at most.
+wait_for() {
+  local text="$1" count="${2:-1}" seen
+  for _ in $(seq 300); do
+    seen=$(grep -c "^$text" "$report" 2>/dev/null)
+    [ "${seen:-0}" -ge "$count" ] && return 0
+    kill -0 "$game" 2>/dev/null || break
+    sleep 0.1
+  done
+  echo "demo.sh: the game did not report \"$text\" ($count)" >&2
   exit 1
-fi
-read -r _ left top < <(grep '^client ' "$report")
-xdotool mousemove $((left + ${pointer%,*})) $((top + ${pointer#*,}))
-sleep 0.3
-for key in $keys; do
-  xdotool key "$key"
-  sleep 0.1
-done
-[ $click = 1 ] && xdotool click 1
+}
 # The game reports each change it applies; once the report has stood still for a second, the
 # window has long repainted (up to 10 s on a busy machine).
-quiet=0
-for _ in $(seq 100); do
-  size=$(stat -c %s "$report")
-  sleep 0.1
-  if [ "$(stat -c %s "$report")" = "$size" ]; then quiet=$((quiet + 1)); else quiet=0; fi
-  [ $quiet -ge 10 ] && break
-done
-xwd -root -silent | xwdtopnm 2>/dev/null | pnmtopng >"$screenshot"
+settle() {
+  local quiet=0 size
+  for _ in $(seq 100); do
+    size=$(stat -c %s "$report")
+    sleep 0.1
+    if [ "$(stat -c %s "$report")" = "$size" ]; then quiet=$((quiet + 1)); else quiet=0; fi
+    [ $quiet -ge 10 ] && break
+  done
+}
+snap() { xwd -root -silent | xwdtopnm 2>/dev/null | pnmtopng >"$1"; }
+# A screenshot once two taken half a second apart agree (for 10 s at most): the map scene's
+# camera flies from place to place without telling.
+snap_still() {
+  snap "$1"
+  for _ in $(seq 20); do
+    sleep 0.5
+    snap "$1.next"
+    if cmp -s "$1" "$1.next"; then break; fi
+    mv "$1.next" "$1"
+  done
+  rm -f "$1.next"
+}
+# At a client point of the window.
+point() { xdotool mousemove $((left + $1)) $((top + $2)); }
+# Points at (x, y) until the game reports its lens there: a motion that comes before the window
+# takes it is lost.
+show_lens() {
+  for _ in $(seq 30); do
+    point $(($1 - 1)) "$2"
+    point "$1" "$2"
+    sleep 0.3
+    grep -q " $1 $2\$" "$report" && return 0
+  done
+}
+# A spot of the window where no control lies: the keys go to the window under the pointer.
+away() { point 600 20; }
+
+wait_for ready
+read -r _ left top < <(grep '^client ' "$report")
+if [ $tour = 0 ]; then
+  show_lens "${pointer%,*}" "${pointer#*,}"
+  for key in $keys; do
+    xdotool key "$key"
+    sleep 0.1
+  done
+  [ $click = 1 ] && xdotool click 1
+  settle
+  snap "$screenshot"
+else
+  # The title with the lens, the first entry of the story, the map, the place chosen (the
+  # second, to the right of the first), the save screen (its first slot taken), the last entry,
+  # the ending, back to the title, the load screen and the story loaded from the save.
+  show_lens 560 130
+  wait_for "music "
+  settle
+  snap "$tourDir/title.png"
+  away
+  xdotool key Return
+  wait_for "text shown"
+  settle
+  snap "$tourDir/scene.png"
+  sleep 1
+  xdotool key Return
+  wait_for "text shown" 2
+  sleep 1
+  point 320 240
+  xdotool key Return
+  wait_for "screen map"
+  sleep 1
+  xdotool key Right
+  sleep 0.5
+  snap_still "$tourDir/map.png"
+  xdotool key Return
+  wait_for "place "
+  away
+  wait_for "text shown" 3
+  settle
+  snap "$tourDir/place.png"
+  xdotool key Return
+  wait_for "screen save"
+  away
+  settle
+  snap "$tourDir/save.png"
+  point 56 90
+  sleep 0.3
+  xdotool click 1
+  wait_for "saved "
+  wait_for "text shown" 4
+  xdotool key Return
+  wait_for "screen ending"
+  settle
+  snap "$tourDir/ending.png"
+  xdotool key Return
+  wait_for "screen title" 2
+  xdotool key l
+  wait_for "screen load"
+  away
+  settle
+  snap "$tourDir/load.png"
+  point 56 90
+  sleep 0.3
+  xdotool click 1
+  wait_for "loaded "
+  away
+  wait_for "text shown" 5
+  settle
+  snap "$tourDir/loaded.png"
+  sleep 1
+fi
 xdotool key Escape
 for _ in $(seq 100); do
   kill -0 "$game" 2>/dev/null || break
@@ -115,5 +231,15 @@ else
   wait "$game"
   status=$?
 fi
-echo "demo: screenshot of the headless run: $screenshot"
+if [ $tour = 0 ]; then
+  echo "demo: screenshot of the headless run: $screenshot"
+  exit $status
+fi
+bash "$here/pulse-record.sh" stop "$tourDir/sound.raw"
+for _ in $(seq 100); do [ -f "$tourDir/sound.raw.done" ] && break; sleep 0.05; done
+sox -t raw -r 44100 -e signed -b 16 -c 2 "$tourDir/sound.raw" "$tourDir/sound.wav"
+rm -f "$tourDir"/sound.raw.*
+echo "demo: the tour's screenshots and recording:"
+for file in title scene map place save ending load loaded; do echo "  $tourDir/$file.png"; done
+echo "  $tourDir/sound.wav"
 exit $status

@@ -60,15 +60,6 @@ uint8_t shade(Band band, double level) {
   return uint8_t(band.first + std::clamp(int32_t(level), 0, band.count - 1));
 }
 
-Picture blankPicture(int32_t width, int32_t height, uint32_t bits) {
-  Picture picture;
-  picture.width = width;
-  picture.height = height;
-  picture.bits = bits;
-  if (bits <= 8) picture.palette.assign(size_t(1) << bits, RGBQUAD{0, 0, 0, 0});
-  picture.pixels.assign(size_t(picture.pitch()) * height, 0);
-  return picture;
-}
 
 uint8_t* rowFromTop(Picture* picture, int32_t y) {
   return picture->pixels.data() + size_t(picture->height - 1 - y) * picture->pitch();
@@ -192,7 +183,7 @@ Picture drawTitlePlate() {
       setColour(&picture, x, y, border ? 0xE0B040 : background);
     }
   }
-  const std::string title = "RUNA1 DEMO", help = "ARROWS SCROLL  CLICK SWAPS  ESC ENDS";
+  const std::string title = "RUNA1 DEMO", help = "ENTER PLAYS   L LOADS   ESC ENDS";
   int32_t titleX = (kTitleWidth - (int32_t(title.size()) * 6 - 1) * 6) / 2;
   int32_t helpX = (kTitleWidth - (int32_t(help.size()) * 6 - 1) * 2) / 2;
   drawText(&picture, titleX + 3, 15, title, 6, 0x201030);
@@ -240,6 +231,65 @@ bool drawText(Picture* picture, int32_t x, int32_t y, const std::string& text, i
     }
   }
   return true;
+}
+
+Picture blankPicture(int32_t width, int32_t height, uint32_t bits) {
+  Picture picture;
+  picture.width = width;
+  picture.height = height;
+  picture.bits = bits;
+  if (bits <= 8) picture.palette.assign(size_t(1) << bits, RGBQUAD{0, 0, 0, 0});
+  picture.pixels.assign(size_t(picture.pitch()) * height, 0);
+  return picture;
+}
+
+Picture drawPlaceLabel(const std::string& name, const Picture& landscape) {
+  constexpr int32_t kScale = 2, kPad = 4;
+  const int32_t width = (int32_t(name.size()) * 6 - 1) * kScale + 2 * kPad;
+  Picture lettering = blankPicture(width, kLabelHeight, 24);
+  for (int32_t y = 0; y < kLabelHeight; ++y) {
+    for (int32_t x = 0; x < width; ++x) {
+      bool border = x == 0 || y == 0 || x == width - 1 || y == kLabelHeight - 1;
+      setColour(&lettering, x, y, border ? kLabelBorder : kLabelGround);
+    }
+  }
+  if (!drawText(&lettering, kPad, kPad, name, kScale, kLabelInk)) return Picture{};
+  // The same picture in the landscape's palette: each colour is one of its marks.
+  Picture label = blankPicture(width, kLabelHeight, 8);
+  label.palette = landscape.palette;
+  auto markOf = [&](uint32_t colour) {
+    for (int32_t i = 0; i < kMarks.count; ++i) {
+      const RGBQUAD& c = landscape.palette[kMarks.first + i];
+      if ((uint32_t(c.rgbRed) << 16 | uint32_t(c.rgbGreen) << 8 | c.rgbBlue) == colour) return uint8_t(kMarks.first + i);
+    }
+    return uint8_t(kMarks.first);
+  };
+  for (int32_t y = 0; y < kLabelHeight; ++y) {
+    for (int32_t x = 0; x < width; ++x) rowFromTop(&label, y)[x] = markOf(colourAt(lettering, x, y));
+  }
+  return label;
+}
+
+Picture drawEnding() {
+  Picture picture = blankPicture(DEMO_CLIENT_WIDTH, DEMO_CLIENT_HEIGHT, 24);
+  for (int32_t y = 0; y < picture.height; ++y) {
+    for (int32_t x = 0; x < picture.width; ++x) {
+      // A night sky with a few stars where a hash of the point is high.
+      bool star = lattice(y * DEMO_CLIENT_WIDTH + x, 7) > 0.9985;
+      setColour(&picture, x, y, star ? 0xFFFFF0 : lerpColour(0x05081E, 0x2A1E50, y, picture.height));
+    }
+  }
+  const struct {
+    const char* text;
+    int32_t y, scale;
+    uint32_t colour;
+  } lines[] = {{"THE END", 150, 8, 0xFFFFFF}, {"THANK YOU FOR PLAYING", 250, 3, 0xE0B040},
+               {"ENTER: BACK TO THE TITLE", 400, 2, 0xA0A0C0}};
+  for (const auto& line : lines) {
+    int32_t width = (int32_t(std::string(line.text).size()) * 6 - 1) * line.scale;
+    drawText(&picture, (picture.width - width) / 2, line.y, line.text, line.scale, line.colour);
+  }
+  return picture;
 }
 
 uint32_t colourAt(const Picture& picture, int32_t x, int32_t y) {

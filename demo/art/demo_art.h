@@ -47,6 +47,15 @@ Picture drawTitlePlate();
 // covered by the lens.
 Picture drawLensFrame();
 
+// A place's name on the map, in the landscape's palette (its marks): white capitals at scale 2
+// on black in a yellow frame, kLabelHeight rows high. Empty if the name has a character
+// without a glyph.
+constexpr int32_t kLabelHeight = 22;
+constexpr uint32_t kLabelInk = 0xFFFFFF, kLabelGround = 0x000000, kLabelBorder = 0xFFFF00;
+Picture drawPlaceLabel(const std::string& name, const Picture& landscape);
+// The ending's picture: a night sky with stars and "THE END", the client area's size, 24-bit.
+Picture drawEnding();
+
 // The 5 by 7 glyph of an upper-case letter, a digit, a space or one of ".-!:": row 0 on top,
 // bit 4 the leftmost pixel. Null for any other character.
 const uint8_t* glyphRows(char c);
@@ -54,6 +63,9 @@ const uint8_t* glyphRows(char c);
 // the top), each glyph pixel a square of `scale`, 6 * scale from one character to the next.
 // False, and nothing drawn, if a character has no glyph or the text runs outside the picture.
 bool drawText(Picture* picture, int32_t x, int32_t y, const std::string& text, int32_t scale, uint32_t colour);
+
+// A picture of black pixels (palette pictures: index 0 and an all-black palette).
+Picture blankPicture(int32_t width, int32_t height, uint32_t bits);
 
 // Pixel access in rows counted from the top; colours 0x00RRGGBB.
 uint32_t colourAt(const Picture& picture, int32_t x, int32_t y);

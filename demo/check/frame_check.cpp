@@ -10,8 +10,14 @@ namespace demo_check {
 
 namespace {
 
-constexpr int32_t kTolerance = 2;  // per channel, for the rounding of a colour conversion
-constexpr size_t kReportedMismatches = 5;
+DemoRect titleRect(const DemoPictures& pictures) {
+  return {DEMO_TITLE_LEFT, DEMO_TITLE_TOP, DEMO_TITLE_LEFT + pictures.title.width - 1,
+          DEMO_TITLE_TOP + pictures.title.height - 1};
+}
+
+bool inside(const DemoRect& r, int32_t x, int32_t y) { return x >= r.left && x <= r.right && y >= r.top && y <= r.bottom; }
+
+}  // namespace
 
 bool readEngineFile(const std::string& path, Picture* picture, std::string* error) {
   MOLAQImage image;
@@ -29,7 +35,7 @@ bool readEngineFile(const std::string& path, Picture* picture, std::string* erro
   return true;
 }
 
-bool close(uint32_t a, uint32_t b) {
+bool closeColours(uint32_t a, uint32_t b) {
   for (int shift = 0; shift <= 16; shift += 8) {
     if (std::abs(int32_t((a >> shift) & 0xFF) - int32_t((b >> shift) & 0xFF)) > kTolerance) return false;
   }
@@ -42,14 +48,21 @@ std::string hex(uint32_t colour) {
   return text;
 }
 
-DemoRect titleRect(const DemoPictures& pictures) {
-  return {DEMO_TITLE_LEFT, DEMO_TITLE_TOP, DEMO_TITLE_LEFT + pictures.title.width - 1,
-          DEMO_TITLE_TOP + pictures.title.height - 1};
+std::string clientAreaProblem(const Picture& screenshot, int32_t left, int32_t top) {
+  if (left < 0 || top < 0 || left + DEMO_CLIENT_WIDTH > screenshot.width ||
+      top + DEMO_CLIENT_HEIGHT > screenshot.height) {
+    return "the client area at (" + std::to_string(left) + ", " + std::to_string(top) +
+           ") does not lie within the screenshot of " + std::to_string(screenshot.width) + "x" +
+           std::to_string(screenshot.height);
+  }
+  std::set<uint32_t> colours;
+  for (int32_t y = 0; y < DEMO_CLIENT_HEIGHT && colours.size() < 2; ++y) {
+    for (int32_t x = 0; x < DEMO_CLIENT_WIDTH && colours.size() < 2; ++x) {
+      colours.insert(demo_art::colourAt(screenshot, left + x, top + y));
+    }
+  }
+  return colours.size() < 2 ? "the client area is blank: every pixel is " + hex(*colours.begin()) : "";
 }
-
-bool inside(const DemoRect& r, int32_t x, int32_t y) { return x >= r.left && x <= r.right && y >= r.top && y <= r.bottom; }
-
-}  // namespace
 
 bool readPictures(const std::string& directory, DemoPictures* pictures, std::string* error) {
   return readEngineFile(directory + "/landscape.mqi", &pictures->big[0], error) &&
@@ -92,19 +105,8 @@ Picture expectedFrame(const DemoPictures& pictures, const DemoState& state) {
 
 std::vector<std::string> compareFrame(const Picture& screenshot, int32_t left, int32_t top,
                                       const DemoPictures& pictures, const DemoState& state) {
-  if (left < 0 || top < 0 || left + DEMO_CLIENT_WIDTH > screenshot.width ||
-      top + DEMO_CLIENT_HEIGHT > screenshot.height) {
-    return {"the client area at (" + std::to_string(left) + ", " + std::to_string(top) +
-            ") does not lie within the screenshot of " + std::to_string(screenshot.width) + "x" +
-            std::to_string(screenshot.height)};
-  }
-  std::set<uint32_t> colours;
-  for (int32_t y = 0; y < DEMO_CLIENT_HEIGHT && colours.size() < 2; ++y) {
-    for (int32_t x = 0; x < DEMO_CLIENT_WIDTH && colours.size() < 2; ++x) {
-      colours.insert(demo_art::colourAt(screenshot, left + x, top + y));
-    }
-  }
-  if (colours.size() < 2) return {"the client area is blank: every pixel is " + hex(*colours.begin())};
+  std::string unusable = clientAreaProblem(screenshot, left, top);
+  if (!unusable.empty()) return {unusable};
 
   Picture expected = expectedFrame(pictures, state);
   const Picture& big = pictures.big[state.picture];
@@ -118,14 +120,14 @@ std::vector<std::string> compareFrame(const Picture& screenshot, int32_t left, i
     for (int32_t x = 0; x < DEMO_CLIENT_WIDTH; ++x) {
       uint32_t shown = demo_art::colourAt(screenshot, left + x, top + y);
       uint32_t wanted = demo_art::colourAt(expected, x, y);
-      bool matches = close(shown, wanted);
+      bool matches = closeColours(shown, wanted);
       if (!matches && state.lens && inside(lensWindow, x, y) && !inside(title, x, y)) {
         int32_t sourceX = lensPort.left + (x - lensWindow.left) / DEMO_LENS_ZOOM;
         int32_t sourceY = lensPort.top + (y - lensWindow.top) / DEMO_LENS_ZOOM;
         for (int32_t dy = -1; dy <= 1 && !matches; ++dy) {
           for (int32_t dx = -1; dx <= 1 && !matches; ++dx) {
             int32_t sx = sourceX + dx, sy = sourceY + dy;
-            matches = sx >= 0 && sy >= 0 && sx < big.width && sy < big.height && close(shown, demo_art::colourAt(big, sx, sy));
+            matches = sx >= 0 && sy >= 0 && sx < big.width && sy < big.height && closeColours(shown, demo_art::colourAt(big, sx, sy));
           }
         }
       }

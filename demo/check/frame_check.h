@@ -27,6 +27,18 @@ struct DemoPictures {
   Picture lensFrame;
 };
 
+constexpr int32_t kTolerance = 2;  // per channel, for the rounding of a colour conversion
+constexpr size_t kReportedMismatches = 5;
+
+// A picture file as the engine decodes it. False with a message.
+bool readEngineFile(const std::string& path, Picture* picture, std::string* error);
+// Colours 0xRRGGBB that differ by at most kTolerance in each channel.
+bool closeColours(uint32_t a, uint32_t b);
+std::string hex(uint32_t colour);
+// Why the client area at (left, top) of a screenshot cannot be compared: outside the picture
+// or blank. Empty if it can.
+std::string clientAreaProblem(const Picture& screenshot, int32_t left, int32_t top);
+
 // Reads landscape.mqi, pattern.mqi, title.mqi and lens.mqi from `directory`. False with a message.
 bool readPictures(const std::string& directory, DemoPictures* pictures, std::string* error);
 

@@ -24,6 +24,42 @@ class LandscapeTest : public testing::Test {
 };
 Picture* LandscapeTest::landscape_ = nullptr;
 
+// The map scene's places lie in the ground their names promise: the lake in the water, the
+// peaks on the near range, the meadow in the grass.
+TEST_F(LandscapeTest, PlacesLieInTheirGround) {
+  const Band grounds[DEMO_PLACE_COUNT] = {demo_art::kWater, demo_art::kNearMountains, demo_art::kMeadow};
+  for (int place = 0; place < DEMO_PLACE_COUNT; ++place) {
+    const int32_t x = kDemoPlaces[2 * place], y = kDemoPlaces[2 * place + 1];
+    for (auto [dx, dy] : {std::pair{0, 0}, {-20, -20}, {20, 20}}) {
+      EXPECT_TRUE(demo_art::inBand(indexAt(*landscape_, x + dx, y + dy), grounds[place]))
+          << kDemoPlaceNames[place] << " at " << x + dx << ", " << y + dy;
+    }
+  }
+}
+
+TEST_F(LandscapeTest, PlaceLabelsAreWrittenInTheLandscapesMarks) {
+  for (int place = 0; place < DEMO_PLACE_COUNT; ++place) {
+    Picture label = demo_art::drawPlaceLabel(kDemoPlaceNames[place], *landscape_);
+    const int32_t letters = int32_t(std::strlen(kDemoPlaceNames[place]));
+    ASSERT_EQ(label.width, (letters * 6 - 1) * 2 + 8);
+    ASSERT_EQ(label.height, demo_art::kLabelHeight);
+    ASSERT_EQ(label.bits, 8u);
+    EXPECT_EQ(std::memcmp(label.palette.data(), landscape_->palette.data(), 256 * sizeof(RGBQUAD)), 0);
+    int32_t ink = 0;
+    for (int32_t y = 0; y < label.height; ++y) {
+      for (int32_t x = 0; x < label.width; ++x) {
+        ASSERT_TRUE(demo_art::inBand(indexAt(label, x, y), demo_art::kMarks)) << x << ", " << y;
+        ink += demo_art::colourAt(label, x, y) == demo_art::kLabelInk;
+      }
+    }
+    EXPECT_EQ(demo_art::colourAt(label, 0, 0), demo_art::kLabelBorder);
+    EXPECT_EQ(demo_art::colourAt(label, label.width - 1, label.height - 1), demo_art::kLabelBorder);
+    EXPECT_EQ(demo_art::colourAt(label, 2, 2), demo_art::kLabelGround);
+    EXPECT_GT(ink, letters * 40);  // every letter has at least ten glyph pixels of 2 by 2
+  }
+  EXPECT_EQ(demo_art::drawPlaceLabel("lake", *landscape_).width, 0);  // no glyphs for small letters
+}
+
 TEST_F(LandscapeTest, IsABigPalettePicture) {
   EXPECT_EQ(landscape_->width, demo_art::kBigWidth);
   EXPECT_EQ(landscape_->height, demo_art::kBigHeight);
@@ -105,17 +141,8 @@ TEST(DemoTextTest, GlyphsCoverLettersDigitsAndPunctuationOnly) {
   for (char c : {'a', 'z', '@', '\0', '\xA0'}) EXPECT_EQ(demo_art::glyphRows(c), nullptr) << int(c);
 }
 
-Picture blank24(int32_t width, int32_t height) {
-  Picture picture;
-  picture.width = width;
-  picture.height = height;
-  picture.bits = 24;
-  picture.pixels.assign(size_t(picture.pitch()) * height, 0);
-  return picture;
-}
-
 TEST(DemoTextTest, DrawsScaledGlyphsAtTheirPlace) {
-  Picture picture = blank24(40, 20);
+  Picture picture = demo_art::blankPicture(40, 20, 24);
   ASSERT_TRUE(demo_art::drawText(&picture, 3, 2, "L", 2, 0xFF0000));
   // L at scale 2: the left column two pixels wide and 14 high, the foot 10 wide.
   for (int32_t y = 0; y < picture.height; ++y) {
@@ -127,7 +154,7 @@ TEST(DemoTextTest, DrawsScaledGlyphsAtTheirPlace) {
 }
 
 TEST(DemoTextTest, RefusesUnknownCharactersAndTextOutsideThePictureWithoutDrawing) {
-  Picture picture = blank24(40, 20);
+  Picture picture = demo_art::blankPicture(40, 20, 24);
   const std::vector<uint8_t> before = picture.pixels;
   EXPECT_FALSE(demo_art::drawText(&picture, 0, 0, "Aa", 1, 0xFFFFFF));
   EXPECT_FALSE(demo_art::drawText(&picture, 0, 0, "ABCDEFG", 1, 0xFFFFFF));  // 41 pixels wide
@@ -150,6 +177,18 @@ TEST(DemoTitleTest, LensFrameIsGoldBetweenDarkLines) {
     EXPECT_EQ(demo_art::colourAt(frame, 70, i), across[i]) << i;
     EXPECT_EQ(demo_art::colourAt(frame, 70, frame.height - 1 - i), across[i]) << i;
   }
+}
+
+TEST(DemoEndingTest, FillsTheClientAreaWithTheEndInWhite) {
+  Picture ending = demo_art::drawEnding();
+  ASSERT_EQ(ending.width, DEMO_CLIENT_WIDTH);
+  ASSERT_EQ(ending.height, DEMO_CLIENT_HEIGHT);
+  // "THE END" at scale 8 is 328 pixels wide, centred from column 156, row 150: the T's bar
+  // is white and the sky above and below it is dark.
+  EXPECT_EQ(demo_art::colourAt(ending, 156, 150), 0xFFFFFFu);
+  EXPECT_EQ(demo_art::colourAt(ending, 156 + 39, 150), 0xFFFFFFu);
+  EXPECT_NE(demo_art::colourAt(ending, 156, 149), 0xFFFFFFu);
+  EXPECT_LT(demo_art::colourAt(ending, 5, 5) >> 16, 0x20u);
 }
 
 TEST(DemoTitleTest, PlateHasAGoldBorderAndWhiteLettersWithAShadow) {

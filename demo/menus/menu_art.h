@@ -1,0 +1,38 @@
+// The demo's look for the menu screens that the host gets later: the start-up and bonus menus
+// ("Startup.arc") and the sound configuration ("SoundCfg.arc"), drawn under the names, places
+// and sizes those screens read, with captions in the demo's capitals.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "tools/screen_art/art_set.h"
+
+namespace demo_menus {
+
+constexpr int32_t kButtonX = 222, kButtonWidth = 196, kButtonHeight = 52, kButtonStep = 55;
+constexpr uint32_t kGroundColour = 0x101830, kPlateColour = 0x283C68, kLitColour = 0xE0B040;
+constexpr uint32_t kCaptionColour = 0xFFFFFF, kLitCaptionColour = 0x201030;
+
+// A start-up menu's button: its id, the stem of its hover bitmap's name and its caption.
+struct MenuButton {
+  int32_t id;
+  const char* stem;
+  const char* caption;
+};
+// The buttons of start-up menu `kind` (1 to 3) from top to bottom, and the top of the first.
+std::vector<MenuButton> startupButtons(int kind);
+int32_t firstButtonTop(int kind);
+
+// Writes `text` in the 5 by 7 capitals at `scale` with its top left at (x, y).
+void caption(screen_art::Canvas& canvas, int32_t x, int32_t y, const std::string& text, int32_t scale, uint32_t colour);
+
+// "start1.bmp" to "start3.bmp" with their buttons' captions, the hover bitmaps, and the bonus
+// menu's "yodan.bmp" with "gazoon.bmp", "ongaon.bmp" and "modoon.bmp".
+void drawStartupMenus(screen_art::ArtSet& set);
+// "option.bmp" and its alpha "optiona.bmp", the source buttons with their alphas, the arrows
+// and the slider's knob. The alpha planes are written into `tree`, the set's folder.
+bool drawSoundConfig(screen_art::ArtSet& set, const std::string& tree, std::string* error);
+
+}  // namespace demo_menus

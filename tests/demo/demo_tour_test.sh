@@ -1,0 +1,12 @@
+#!/usr/bin/env bash
+# Runs the demo game's tour headless (scripts/demo.sh --tour) and checks what it saw and heard:
+# each screenshot against the screen the game must show, and the recording for the title's
+# music and the first voice. The tour uses a Wine prefix of its own, made on the first run.
+# Usage: demo_tour_test.sh SOURCE_DIR BUILD_ROOT NATIVE_BIN WORK_DIR
+set -eu
+source_dir="$1" build_root="$2" native_bin="$3" work="$4"
+mkdir -p "$work"
+bash "$source_dir/scripts/demo.sh" --build "$build_root" --headless --tour "$work/tour" \
+  --report "$work/report.txt" --wineprefix "$build_root/demo/tour-wine"
+grep -qx end "$work/report.txt" || { echo "the game did not report its end" >&2; exit 1; }
+"$native_bin/demo_tour_check" --tour "$work/tour" --pictures "$build_root/win32/demo" --report "$work/report.txt"
