@@ -12,6 +12,7 @@
 #include "host/frame/main_frame.h"
 #include "host/module/zpk_text.h"
 #include "host/module/zpk_thread.h"
+#include "sound/device/midi_synth.h"
 #include "sound/mixer/mixing_service.h"
 
 namespace {
@@ -74,6 +75,7 @@ int CZPKApp::Run() {
   }
   if (debugRecordFileName_.empty())
     debugRecordFileName_ = debugRecordFileNameOf(module_.GetPath(), module_.GetBaseDirectory());
+  setMidiSoundFontFolder(directoryOf(module_.GetPath()));
 
   if (baseDirectoryGiven_) {
     // A directory that cannot be entered is not reported: the working directory stays.
