@@ -106,6 +106,7 @@ int CZPKApp::Run() {
       loop_.Run(windows, moduleThread->Handle());
       frame->StopTimer();
       windows.pumpMessages();  // what is left in the queue before the frame goes
+      endMidiSynth();
       theMixingService().Close();  // the module's sounds end before its window and finaliser
       frame.reset();
       moduleThread.reset();
@@ -113,6 +114,7 @@ int CZPKApp::Run() {
     }
   }
   // A module that never asked for a window: its sounds end before its finaliser runs.
+  endMidiSynth();
   theMixingService().Close();
   module_.Delete();  // does nothing when it ran above
   return 0;

@@ -33,6 +33,9 @@ constexpr uint32_t kWatchMs = 100;
 constexpr uint32_t kAllSoundOff = 0x78B0;  // controller 120 on channel 0
 constexpr uint8_t kGmReset[] = {0xF0, 0x7E, 0x7F, 0x09, 0x01, 0xF7};
 
+// Set at the host's end, before the mixer closes: no channel opens again.
+std::atomic<bool> synthEnded{false};
+
 class SynthMidiStream;
 
 // The stream's sound channel: each block that the mixer (or the device) is done reading brings
@@ -57,18 +60,18 @@ class SynthMidiStream : public MidiStream {
       : synth_(font, rate), rate_(rate), callback_(callback), instance_(instance), channel_(*this),
         blocks_(kBlocks * kBlockFrames * 2) {}
 
+  // The channel closes first: the mixer may be rendering into the blocks.
   ~SynthMidiStream() override {
+    channel_.CloseOutput();
     os::closeEvent(noticesQueued_);
     os::closeEvent(noticesIdle_);
   }
 
-  // Starts the notice thread and opens the sound channel; false when either fails.
+  // Opens the sound channel, then starts the notice thread; false when either fails.
   bool start() {
+    if (!openChannel()) return false;
     noticeThread_ = os::startThread(&NoticeThreadBody, this);
-    if (!noticeThread_) return false;
-    if (openChannel()) return true;
-    finish();
-    return false;
+    return noticeThread_ != nullptr;
   }
 
   uint32_t out(MIDIHDR* header) override {
@@ -204,17 +207,11 @@ class SynthMidiStream : public MidiStream {
     return true;
   }
 
-  // Ends the notice thread, closes the channel and deletes the stream.
+  // Ends the notice thread and deletes the stream (closed_ set).
   void finish() {
-    {
-      os::Lock hold(lock_);
-      closed_ = true;
-    }
-    os::setEvent(noticesQueued_);
-    if (noticeThread_ && !onNoticeThread() && os::waitThread(noticeThread_, kStopWaitMs))
+    if (!onNoticeThread() && os::waitThread(noticeThread_, kStopWaitMs))
       TraceMessage(TraceChannel::midi, "MIDI: the synthesiser's notice thread did not end\n");
-    channel_.CloseOutput();
-    if (noticeThread_) os::closeThread(noticeThread_);
+    os::closeThread(noticeThread_);
     delete this;
   }
 
@@ -235,7 +232,7 @@ class SynthMidiStream : public MidiStream {
       bool closed = closed_;
       lock_.unlock();
       if (closed) break;
-      if (!channel_.isOpen()) openChannel();
+      if (!channel_.isOpen() && !synthEnded) openChannel();
     }
     // A close from a callback left the rest to this thread.
     if (closedFromCallback_) finish();
@@ -348,12 +345,15 @@ class SynthMidiBackend : public MidiBackend {
   const char* name() const override { return "synth"; }
 
   uint32_t open(MidiStream** stream, MidiStreamCallback callback, void* instance) override {
-    const SoundFont* font = soundFont();
+    const SoundFont* font = synthEnded ? nullptr : soundFont();
     if (!font) return MMSYSERR_NODRIVER;
     KSoundMixingService& mixer = theMixingService();
     uint32_t rate = mixer.IsOpen() ? mixer.MixFormat().nSamplesPerSec : kOwnDeviceRate;
     auto* opened = new SynthMidiStream(*font, rate, callback, instance);
-    if (!opened->start()) return MMSYSERR_ERROR;  // start deletes a stream that fails
+    if (!opened->start()) {
+      delete opened;
+      return MMSYSERR_ERROR;
+    }
     *stream = opened;
     return MMSYSERR_NOERROR;
   }
@@ -433,3 +433,5 @@ MidiBackend& synthMidiBackend() { return backend(); }
 void setMidiSoundFontFolder(const std::string& folder) { backend().setFolder(folder); }
 
 std::vector<std::string> soundFontCandidates() { return backend().candidates(); }
+
+void endMidiSynth() { synthEnded = true; }

@@ -12,6 +12,9 @@
 #include "sound/device/midi_stream.h"
 
 MidiBackend& synthMidiBackend();
+// The host's end, before it closes the mixer: streams still open lose their channel for good,
+// and none opens any more.
+void endMidiSynth();
 
 // The folder of the game module, searched for a soundfont after RUNA1_SOUNDFONT.
 void setMidiSoundFontFolder(const std::string& folder);

@@ -1,6 +1,7 @@
 /* Plays a looped song with the engine's own synthesiser, on a machine without a MIDI device:
  * through the mixer when the file "use-mixer" is there, else on a device of the music's own.
- * The volume falls to a half, then the song stops and nothing may sound. */
+ * The volume falls to a half, then the song stops and nothing may sound; with the file
+ * "leave-playing" the game ends while it plays. */
 #include <windows.h>
 
 #include "../module_log.h"
@@ -24,6 +25,13 @@ uint32_t __stdcall StartingProc(ZPKMODULE module) {
   report("playing", MIDI_IsPlaying(song) == 1);
   report("volume", MIDI_SetVolume(song, 0x8000) == 0);
   Sleep(2300);
+  KFILE leave = File_OpenFile("leave-playing", FILE_READ);
+  if (leave) {
+    /* The game ends with its music playing: the host stops it on its way out. */
+    File_CloseFile(leave);
+    File_CloseFile(logFile);
+    return 0;
+  }
   report("stop", MIDI_StopMidi(song) == 0);
   report("stopped", MIDI_IsPlaying(song) == 0);
   Sleep(1000);

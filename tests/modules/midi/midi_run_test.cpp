@@ -84,23 +84,29 @@ void expectTheLoopedSong(const audio::Recording& recording) {
   ASSERT_GE(firstSpans.size(), 5u) << describe(firstSpans);
   ASSERT_LE(firstSpans.size(), 6u) << describe(firstSpans);
   ASSERT_GE(secondSpans.size(), 5u) << describe(secondSpans);
-  size_t start = introSpans[0].begin;
-  EXPECT_NEAR(static_cast<double>(introSpans[0].length()), 20, 4) << "0.4 s";
-  // The loop's notes a second apart, from half a second after the intro on; the device may drift
-  // a few windows over the song. The stop may cut the sixth A4 short.
+  // Wine loses the head of a device's first sound now and then: the loop is timed from its first
+  // A4, half a second after the intro's start. The device may drift a few windows over the song.
+  size_t base = firstSpans[0].begin;
+  EXPECT_LE(introSpans[0].end, base) << "the intro comes first";
+  EXPECT_GE(introSpans[0].length(), 10u) << "0.4 s, of which Wine may lose the head";
+  EXPECT_LE(introSpans[0].length(), 23u) << "0.4 s";
+  EXPECT_LE(base - introSpans[0].begin, 28u);
+  // The loop's notes a second apart; the stop may cut the sixth A4 short.
   for (size_t loop = 0; loop < firstSpans.size(); ++loop) {
-    EXPECT_NEAR(static_cast<double>(firstSpans[loop].begin), static_cast<double>(start + 25 + 50 * loop), 5) << "A4, loop " << loop;
-    if (loop < 5) EXPECT_NEAR(static_cast<double>(firstSpans[loop].length()), 20, 4) << "A4, loop " << loop;
+    EXPECT_NEAR(static_cast<double>(firstSpans[loop].begin), static_cast<double>(base + 50 * loop), 4) << "A4, loop " << loop;
+    if (loop < 5) {
+      EXPECT_NEAR(static_cast<double>(firstSpans[loop].length()), 20, 4) << "A4, loop " << loop;
+    }
   }
   for (size_t loop = 0; loop < secondSpans.size(); ++loop)
-    EXPECT_NEAR(static_cast<double>(secondSpans[loop].begin), static_cast<double>(start + 50 + 50 * loop), 5) << "E5, loop " << loop;
+    EXPECT_NEAR(static_cast<double>(secondSpans[loop].begin), static_cast<double>(base + 25 + 50 * loop), 4) << "E5, loop " << loop;
   // The volume falls 3.5 s after the start: the loops from 4.5 s on are a quarter as loud.
   auto spanLevel = [&](const audio::Span& span) { return audio::meanOver(first, {span.begin + 3, span.end - 3}); };
   double loud = spanLevel(firstSpans[1]), quiet = spanLevel(firstSpans[4]);
   EXPECT_NEAR(quiet / loud, 0.25, 0.07) << loud << " then " << quiet;
   // The stop comes 5.8 s after the start: nothing sounds from a little after it to the end.
   std::vector<double> levels = audio::windowLevels(mono, kWindow);
-  size_t silentFrom = start + 61 * kWindowsPerSecond / 10;
+  size_t silentFrom = base + 56 * kWindowsPerSecond / 10;
   ASSERT_LT(silentFrom + kWindowsPerSecond / 5, levels.size());
   EXPECT_LT(*std::max_element(levels.begin() + static_cast<ptrdiff_t>(silentFrom), levels.end()), level / 50)
       << "silence after the stop";
@@ -133,13 +139,15 @@ TEST(MidiRunTest, TheSynthesiserPlaysTheSongThroughTheMixer) {
 }
 
 // Without a soundfont beside the game, the system's GM soundfont plays, reached through Wine's
-// drive of the Unix root: the piano's A4 is heard in each loop.
+// drive of the Unix root: the piano's A4 is heard in each loop. The game ends while it plays,
+// and the host ends cleanly.
 TEST(MidiRunTest, WithoutASoundFontOfItsOwnTheGameGetsTheSystemsOne) {
   TempDir work;
   work.write("song.mid", loopedSong());
+  work.write("leave-playing", "");
   audio::Recording recording;
   Outcome outcome = runRecorded(work, "system_font", &recording);
-  expectAllPassed(work.read("run.log"), outcome, {"read", "open", "play", "playing", "volume", "stop", "stopped", "delete"});
+  expectAllPassed(work.read("run.log"), outcome, {"read", "open", "play", "playing", "volume"});
   EXPECT_NE(outcome.diagnostics.find("plays with Z:\\usr\\share\\sounds\\sf2\\"), std::string::npos) << outcome.diagnostics;
   std::vector<float> mono = recording.mono();
   std::vector<double> first = audio::toneTrack(mono, kFirst, kRate, kWindow);

@@ -74,7 +74,8 @@ class SynthStreamTest : public ::testing::TestWithParam<bool> {
     }
     {
       std::lock_guard<std::mutex> hold(lock);
-      heard.clear();  // the mixer's probe of its device
+      device = nullptr;  // the mixer's probe of its device
+      heard.clear();
     }
   }
 
