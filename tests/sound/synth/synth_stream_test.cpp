@@ -10,6 +10,7 @@
 #include <mutex>
 #include <vector>
 
+#include "base/os/os.h"
 #include "sound/device/midi_synth.h"
 #include "sound/device/wave_out.h"
 #include "sound/midi/midi_music.h"
@@ -74,7 +75,7 @@ class SynthStreamTest : public ::testing::TestWithParam<bool> {
     }
     {
       std::lock_guard<std::mutex> hold(lock);
-      device = nullptr;  // the mixer's probe of its device
+      devices.clear();  // the mixer's probe of its device
       heard.clear();
     }
   }
@@ -100,13 +101,18 @@ class SynthStreamTest : public ::testing::TestWithParam<bool> {
     if (message == MOM_POSITIONCB && self->onPosition) self->onPosition();
   }
 
-  // The left side of the first device that played after the set-up.
+  // The left side of each device that played after the set-up, in order of first sound.
   static void listen(HWAVEOUT device, const uint8_t* bytes, uint32_t count, void* context) {
     auto* self = static_cast<SynthStreamTest*>(context);
     std::lock_guard<std::mutex> hold(self->lock);
-    if (!self->device) self->device = device;
-    if (device != self->device) return;
-    for (uint32_t at = 0; at + 4 <= count; at += 4) self->heard.push_back(static_cast<int16_t>(bytes[at] | bytes[at + 1] << 8));
+    auto it = std::find(self->devices.begin(), self->devices.end(), device);
+    if (it == self->devices.end()) {
+      self->devices.push_back(device);
+      self->heard.emplace_back();
+      it = self->devices.end() - 1;
+    }
+    std::vector<int16_t>& left = self->heard[static_cast<size_t>(it - self->devices.begin())];
+    for (uint32_t at = 0; at + 4 <= count; at += 4) left.push_back(static_cast<int16_t>(bytes[at] | bytes[at + 1] << 8));
   }
 
   void play(uint32_t milliseconds) {
@@ -116,9 +122,13 @@ class SynthStreamTest : public ::testing::TestWithParam<bool> {
     }
   }
 
-  std::vector<int16_t> output() {
+  std::vector<int16_t> output(size_t device = 0) {
     std::lock_guard<std::mutex> hold(lock);
-    return heard;
+    return device < heard.size() ? heard[device] : std::vector<int16_t>{};
+  }
+  size_t deviceCount() {
+    std::lock_guard<std::mutex> hold(lock);
+    return heard.size();
   }
   std::vector<Notice> received() {
     std::lock_guard<std::mutex> hold(lock);
@@ -140,8 +150,8 @@ class SynthStreamTest : public ::testing::TestWithParam<bool> {
   MidiStream* stream = nullptr;
   std::function<void()> onPosition;
   std::mutex lock;
-  HWAVEOUT device = nullptr;
-  std::vector<int16_t> heard;
+  std::vector<HWAVEOUT> devices;
+  std::vector<std::vector<int16_t>> heard;
   std::vector<Notice> notices;
 };
 
@@ -259,6 +269,32 @@ TEST_P(SynthStreamTest, TheSongPlayersVolumeAndLoopReachTheVoices) {
   play(800);
   std::vector<int16_t> out = output();
   EXPECT_EQ(peak(out, stoppedAt + kRate / 2, out.size()), 0);
+}
+
+// The music goes on when the game closes the mixer, which closes its channels: on a device of
+// its own, once the notice thread has seen it (it looks every 100 ms). Music that started on a
+// device of its own stays there when the game opens the mixer, as every sound does.
+TEST_P(SynthStreamTest, TheMusicGoesOnWhenTheGameOpensOrClosesTheMixer) {
+  open();
+  Block block;
+  block.event(0, noteOn(69)).event(5000, kMidiEventNop);
+  ASSERT_EQ(stream->out(block.prepared(stream)), MMSYSERR_NOERROR);
+  stream->restart();
+  play(300);
+  if (GetParam()) {
+    mixer.Close();
+  } else {
+    ASSERT_EQ(mixer.Open(200, 10, kRate, 2, 16), 0u);
+  }
+  os::sleep(400);
+  play(600);
+  // Mixed: the mixer's device, then the channel's own. Else the channel's own, then the mixer's.
+  size_t count = deviceCount();
+  ASSERT_GE(count, 2u);
+  std::vector<int16_t> music = output(GetParam() ? count - 1 : 0);
+  ASSERT_GT(music.size(), kRate / 5);
+  EXPECT_GT(peak(music, music.size() - kRate / 5, music.size()), 1000) << "the note sounds on";
+  EXPECT_TRUE(received().empty());
 }
 
 INSTANTIATE_TEST_SUITE_P(MixedAndOwnDevice, SynthStreamTest, ::testing::Values(true, false),
