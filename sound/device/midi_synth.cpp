@@ -392,27 +392,12 @@ class SynthMidiBackend : public MidiBackend {
   }
 
  private:
-  // The first candidate that loads, read once; null when none does.
+  // Read once, at the first open.
   const SoundFont* soundFont() {
     os::Lock hold(lock_);
-    if (searched_) return font_.get();
+    if (!searched_) font_ = loadFirstSoundFont(candidates());
     searched_ = true;
-    for (const std::string& path : candidates()) {
-      std::error_code error;
-      if (!std::filesystem::exists(path, error)) continue;
-      auto font = std::make_unique<SoundFont>();
-      std::string why;
-      if (font->loadFile(path, &why)) {
-        TraceMessage(TraceChannel::midi, "MIDI: the synthesiser plays with %s\n", path.c_str());
-        font_ = std::move(font);
-        return font_.get();
-      }
-      os::debugOutput(("runa1: MIDI: the soundfont " + path + " is refused: " + why + "\n").c_str());
-    }
-    os::debugOutput(
-        "runa1: MIDI: no soundfont found (RUNA1_SOUNDFONT, a .sf2 beside the game, /usr/share/sounds/sf2/): "
-        "no music\n");
-    return nullptr;
+    return font_.get();
   }
 
   os::CriticalSection lock_;
@@ -420,6 +405,28 @@ class SynthMidiBackend : public MidiBackend {
   bool searched_ = false;
   std::unique_ptr<SoundFont> font_;
 };
+
+}  // namespace
+
+std::unique_ptr<SoundFont> loadFirstSoundFont(const std::vector<std::string>& paths) {
+  for (const std::string& path : paths) {
+    std::error_code error;
+    if (!std::filesystem::exists(path, error)) continue;
+    auto font = std::make_unique<SoundFont>();
+    std::string why;
+    if (font->loadFile(path, &why)) {
+      TraceMessage(TraceChannel::midi, "MIDI: the synthesiser plays with %s\n", path.c_str());
+      return font;
+    }
+    os::debugOutput(("runa1: MIDI: the soundfont " + path + " is refused: " + why + "\n").c_str());
+  }
+  os::debugOutput(
+      "runa1: MIDI: no soundfont found (RUNA1_SOUNDFONT, a .sf2 beside the game, /usr/share/sounds/sf2/): "
+      "no music\n");
+  return nullptr;
+}
+
+namespace {
 
 SynthMidiBackend& backend() {
   static SynthMidiBackend instance;

@@ -6,10 +6,12 @@
 // backend, never under the mixer's locks.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "sound/device/midi_stream.h"
+#include "sound/synth/soundfont.h"
 
 MidiBackend& synthMidiBackend();
 // The host's end, before it closes the mixer: streams still open lose their channel for good,
@@ -21,3 +23,6 @@ void setMidiSoundFontFolder(const std::string& folder);
 // Where a soundfont is looked for, in order: RUNA1_SOUNDFONT, the .sf2 files of the game's folder
 // (by name), then the system's GM soundfonts (under Wine through the drive of the Unix root).
 std::vector<std::string> soundFontCandidates();
+// The first of `paths` that exists and loads; one line on stderr for each that is refused, and
+// one when none loads (then null: no music).
+std::unique_ptr<SoundFont> loadFirstSoundFont(const std::vector<std::string>& paths);

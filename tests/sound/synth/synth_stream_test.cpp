@@ -316,4 +316,19 @@ TEST(SynthSoundFontTest, CandidatesComeInTheirOrder) {
   EXPECT_EQ(found.back().substr(0, 22), "/usr/share/sounds/sf2/");
 }
 
+// The first soundfont that loads wins; broken and missing ones are passed over, and without any
+// there is none (and no music).
+TEST(SynthSoundFontTest, TheFirstThatLoadsIsTaken) {
+  TempDir folder;
+  std::string missing = folder.file("missing.sf2");
+  std::string broken = folder.write("broken.sf2", sineSoundFont().substr(0, 100));
+  std::string sine = folder.write("sine.sf2", sineSoundFont());
+  std::unique_ptr<SoundFont> font = loadFirstSoundFont({missing, broken, sine});
+  ASSERT_NE(font, nullptr);
+  ASSERT_EQ(font->samples().size(), 1u);
+  EXPECT_EQ(font->samples()[0].name, "sine");
+  EXPECT_EQ(loadFirstSoundFont({missing, broken}), nullptr);
+  EXPECT_EQ(loadFirstSoundFont({}), nullptr);
+}
+
 }  // namespace
