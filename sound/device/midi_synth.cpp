@@ -37,6 +37,8 @@ constexpr uint8_t kGmReset[] = {0xF0, 0x7E, 0x7F, 0x09, 0x01, 0xF7};
 std::atomic<bool> synthEnded{false};
 
 class SynthMidiStream;
+// The backend's list of open streams: a stream leaves it when it is deleted.
+void forgetStream(SynthMidiStream* stream);
 
 // The stream's sound channel: each block that the mixer (or the device) is done reading brings
 // the next.
@@ -62,6 +64,7 @@ class SynthMidiStream : public MidiStream {
 
   // The channel closes first: the mixer may be rendering into the blocks.
   ~SynthMidiStream() override {
+    forgetStream(this);
     channel_.CloseOutput();
     os::closeEvent(noticesQueued_);
     os::closeEvent(noticesIdle_);
@@ -155,6 +158,9 @@ class SynthMidiStream : public MidiStream {
     if (!closedFromCallback_) finish();
     return MMSYSERR_NOERROR;
   }
+
+  // The host's end: the music stops where it is.
+  void endChannel() { channel_.CloseOutput(); }
 
   // On the mixing thread (or inside a write of the channel): renders the next block and writes it.
   void renderNextBlock() {
@@ -350,12 +356,27 @@ class SynthMidiBackend : public MidiBackend {
     KSoundMixingService& mixer = theMixingService();
     uint32_t rate = mixer.IsOpen() ? mixer.MixFormat().nSamplesPerSec : kOwnDeviceRate;
     auto* opened = new SynthMidiStream(*font, rate, callback, instance);
+    {
+      os::Lock hold(lock_);
+      streams_.push_back(opened);
+    }
     if (!opened->start()) {
       delete opened;
       return MMSYSERR_ERROR;
     }
     *stream = opened;
     return MMSYSERR_NOERROR;
+  }
+
+  void forget(SynthMidiStream* stream) {
+    os::Lock hold(lock_);
+    streams_.erase(std::remove(streams_.begin(), streams_.end(), stream), streams_.end());
+  }
+
+  void end() {
+    synthEnded = true;
+    os::Lock hold(lock_);
+    for (SynthMidiStream* stream : streams_) stream->endChannel();
   }
 
   void setFolder(const std::string& folder) {
@@ -402,6 +423,7 @@ class SynthMidiBackend : public MidiBackend {
 
   os::CriticalSection lock_;
   std::string folder_;
+  std::vector<SynthMidiStream*> streams_;
   bool searched_ = false;
   std::unique_ptr<SoundFont> font_;
 };
@@ -433,6 +455,8 @@ SynthMidiBackend& backend() {
   return instance;
 }
 
+void forgetStream(SynthMidiStream* stream) { backend().forget(stream); }
+
 }  // namespace
 
 MidiBackend& synthMidiBackend() { return backend(); }
@@ -441,4 +465,4 @@ void setMidiSoundFontFolder(const std::string& folder) { backend().setFolder(fol
 
 std::vector<std::string> soundFontCandidates() { return backend().candidates(); }
 
-void endMidiSynth() { synthEnded = true; }
+void endMidiSynth() { backend().end(); }

@@ -14,8 +14,8 @@
 #include "sound/synth/soundfont.h"
 
 MidiBackend& synthMidiBackend();
-// The host's end, before it closes the mixer: streams still open lose their channel for good,
-// and none opens any more.
+// The host's end, before it closes the mixer: the music of streams still open stops, and no
+// stream opens any more.
 void endMidiSynth();
 
 // The folder of the game module, searched for a soundfont after RUNA1_SOUNDFONT.
