@@ -58,7 +58,12 @@ MenuScreen::MenuScreen(ScreenHost& host, const char* archiveName)
 MenuScreen::~MenuScreen() {
   manager_.Detach();
   images_.reset();
+  CloseArchive();
+}
+
+void MenuScreen::CloseArchive() {
   if (archive_) KORALArchive_Close(archive_);
+  archive_ = nullptr;
 }
 
 bool MenuScreen::Confirm(Graphic* target, const char* bitmap) {

@@ -40,6 +40,8 @@ class MenuScreen {
   MenuScreen& operator=(const MenuScreen&) = delete;
 
   bool IsOpen() const { return archive_ != nullptr; }
+  // Closes the archive before the end, for a screen that runs on the bitmaps it has read.
+  void CloseArchive();
   ScreenImages& Images() { return *images_; }
   // A set of its own for bitmaps that are read again and again (a page's), cleared between.
   std::unique_ptr<ScreenImages> NewImageSet() const { return std::make_unique<ScreenImages>(archive_); }

@@ -1,7 +1,8 @@
 // What the menu screens need of the host: the hook on the main window's procedure, the stop of
-// the message loop around drawing, messages to the window, the cursor, the clock and the
-// system's folder. The product's goes through the window exports and the platform's pointer calls
-// (host/exports/screens.cpp); native tests put a recording one in its place.
+// the message loop around drawing, messages to the window, the cursor, the clock, the system's
+// folder and the opening of documents. The product's goes through the window exports and the
+// platform's pointer calls (host/exports/screens.cpp); native tests put a recording one in its
+// place.
 #pragma once
 
 #include <cstdint>
@@ -61,4 +62,6 @@ class ScreenHost {
   virtual uint32_t TickCount() = 0;
   // The system's Windows folder (GetWindowsDirectoryA), where the default save folder lies.
   virtual std::string WindowsDirectory() = 0;
+  // Opens a document with the system's default action for its kind; what follows isn't awaited.
+  virtual void OpenWithDefaultAction(const char* path) = 0;
 };

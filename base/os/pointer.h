@@ -1,7 +1,8 @@
 // The pointer and cross-thread window calls of the menu screens: cursors (files, the program's
-// resources, the system's), the pointer's position, and messages sent or posted to a window
-// from another thread. Over USER32 in the product; natively there is no pointer: positions are
-// (0, 0), cursors are null and messages go nowhere.
+// resources, the system's), the pointer's position, messages sent or posted to a window from
+// another thread, and documents opened by the shell. Over USER32 and SHELL32 in the product;
+// natively there is no pointer: positions are (0, 0), cursors are null, messages go nowhere and
+// nothing opens.
 #pragma once
 
 #include <cstdint>
@@ -24,5 +25,8 @@ void sendMessage(HWND window, uint32_t message, uintptr_t wParam, intptr_t lPara
 void postMessage(HWND window, uint32_t message, uintptr_t wParam, intptr_t lParam);
 // GetWindowsDirectoryA, at most 511 bytes; empty natively.
 std::string windowsDirectory();
+// The shell's "Open" verb on a file (the system's default action for its kind), path in
+// Shift-JIS; the result isn't looked at. Nothing natively.
+void openWithDefaultAction(const char* path);
 
 }  // namespace os

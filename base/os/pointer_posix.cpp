@@ -11,5 +11,6 @@ POINT screenToClient(HWND, POINT point) { return point; }
 void sendMessage(HWND, uint32_t, uintptr_t, intptr_t) {}
 void postMessage(HWND, uint32_t, uintptr_t, intptr_t) {}
 std::string windowsDirectory() { return std::string(); }
+void openWithDefaultAction(const char*) {}
 
 }  // namespace os

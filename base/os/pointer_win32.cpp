@@ -1,5 +1,7 @@
 #include "base/os/pointer.h"
 
+#include <shellapi.h>
+
 #include "base/os/win32_text.h"
 
 namespace os {
@@ -38,6 +40,15 @@ std::string windowsDirectory() {
   char folder[511];
   UINT length = GetWindowsDirectoryA(folder, sizeof folder);
   return length < sizeof folder ? std::string(folder, length) : std::string();
+}
+
+void openWithDefaultAction(const char* path) {
+  std::wstring file = widen(path);
+  SHELLEXECUTEINFOW info{};
+  info.cbSize = sizeof info;
+  info.lpVerb = L"Open";
+  info.lpFile = file.c_str();
+  ShellExecuteExW(&info);
 }
 
 }  // namespace os

@@ -11,9 +11,11 @@
 #include "host/exports/graphic.h"
 #include "host/exports/k3d.h"
 #include "host/exports/main_window.h"
+#include "host/exports/menus.h"
 #include "host/exports/midi.h"
 #include "host/exports/module.h"
 #include "host/exports/molaq_image.h"
+#include "host/exports/movie.h"
 #include "host/exports/numeric.h"
 #include "host/exports/record_file.h"
 #include "host/exports/screens.h"
@@ -289,9 +291,14 @@ const ExportEntry kRows[] = {
     RUNA1_EXPORT_ROW(Timer_GetCounter, 8),
     RUNA1_EXPORT_ROW(Timer_Sleep, 4),
     // Movie
+    RUNA1_EXPORT_ROW(PlayMCIMovieFile, 36),
     // Menu screens
     RUNA1_EXPORT_ROW(Nodali_SaveContextMenu, 8),
     RUNA1_EXPORT_ROW(Nodali_LoadContextMenu, 8),
+    RUNA1_EXPORT_ROW(Nodali_MainMenu, 8),
+    RUNA1_EXPORT_ROW(Nodali_StartupMenu, 8),
+    RUNA1_EXPORT_ROW(Nodali_OmakeSelectMenu, 4),
+    RUNA1_EXPORT_ROW(Nodali_SoundConfigMenu, 16),
 };
 
 constexpr size_t kCount = sizeof(kRows) / sizeof(kRows[0]);

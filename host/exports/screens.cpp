@@ -38,9 +38,15 @@ class MainWindowScreenHost : public ScreenHost {
   HCURSOR WaitCursor() override { return os::systemWaitCursor(); }
   uint32_t TickCount() override { return os::milliseconds(); }
   std::string WindowsDirectory() override { return os::windowsDirectory(); }
+  void OpenWithDefaultAction(const char* path) override { os::openWithDefaultAction(path); }
 };
 
 }  // namespace
+
+ScreenHost& mainWindowScreenHost() {
+  static MainWindowScreenHost host;
+  return host;
+}
 
 int32_t RUNA1_API Nodali_SaveContextMenu(Graphic* target, int32_t page) {
   MainWindowScreenHost host;

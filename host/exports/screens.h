@@ -7,6 +7,11 @@
 
 #include "graphics/graphic.h"
 
+class ScreenHost;
+
+// The screens' host of the product, for the screen exports of every family.
+ScreenHost& mainWindowScreenHost();
+
 extern "C" {
 // page * 10 + slot of the chosen save slot, or -1; `page` is 1 to 5.
 int32_t RUNA1_API Nodali_SaveContextMenu(Graphic* target, int32_t page);

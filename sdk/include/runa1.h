@@ -492,6 +492,14 @@ RUNA1_IMPORT(uint32_t) Timer_GetCounter(KTIMER timer, uint64_t* counter);
 RUNA1_IMPORT(uint32_t) Timer_Sleep(uint32_t milliseconds);
 
 /* ---- Movie -------------------------------------------------------------------------------- */
+/* Plays a movie file in a child window that covers `parent`'s client area (`destination`: the
+ * video's rectangle inside it), under a message loop of the calling thread's own, and returns
+ * at its end: 0, or 0 at once when `allowSkip` and Escape or the right button ends it early.
+ * 1 on failure, with the reason in `errorText` (at most `errorSize` bytes; null: none wanted).
+ * The three reserved words are not read. */
+RUNA1_IMPORT(uint32_t) PlayMCIMovieFile(HWND parent, const char* fileName, RECT* destination,
+                                        uint32_t reserved1, uint32_t reserved2, uint32_t reserved3,
+                                        int32_t allowSkip, char* errorText, uint32_t errorSize);
 
 /* ---- Menu screens ------------------------------------------------------------------------- */
 /* Each screen draws into `target`, the image the module shows in the main window, runs until
@@ -501,6 +509,17 @@ RUNA1_IMPORT(uint32_t) Timer_Sleep(uint32_t milliseconds);
  * the pages 1 to 5; the result is page * 10 + slot. */
 RUNA1_IMPORT(int32_t) Nodali_SaveContextMenu(GRAPHIC target, int32_t page);
 RUNA1_IMPORT(int32_t) Nodali_LoadContextMenu(GRAPHIC target, int32_t page);
+/* Main menu ("MainMenu.arc"): 0, 1, 2, or 4 and 5 after a confirmation box, or -1; its help
+ * button opens "HELP\INDEX.HTML" of the screens' folder with the system's default action.
+ * Title screen ("Startup.arc") of `kind` 1 to 3: 0 to 3, or -1 (also for another `kind`).
+ * Bonus menu ("Startup.arc"): 0 or 1, or -1. */
+RUNA1_IMPORT(int32_t) Nodali_MainMenu(GRAPHIC target, GRAPHIC background);
+RUNA1_IMPORT(int32_t) Nodali_StartupMenu(GRAPHIC target, int32_t kind);
+RUNA1_IMPORT(int32_t) Nodali_OmakeSelectMenu(GRAPHIC target);
+/* Sound configuration ("SoundCfg.arc"): writes "Config" "BgmSelection", "VolumeOfBGM",
+ * "VolumeOfVoice" and "MessageSpeed" when the player leaves; the music volume (0xFFFF >> (8 -
+ * step)) acts at once on `midi` and `wave`, either of which may be null. */
+RUNA1_IMPORT(void) Nodali_SoundConfigMenu(GRAPHIC target, GRAPHIC background, MIDIMUSIC midi, KPCMSOUND wave);
 
 #ifdef __cplusplus
 }

@@ -60,6 +60,10 @@ class FakeScreenHost : public ScreenHost {
   HCURSOR WaitCursor() override { return fakeCursor(kWait); }
   uint32_t TickCount() override { return ++ticks; }
   std::string WindowsDirectory() override { return "C:\\WINDOWS"; }
+  void OpenWithDefaultAction(const char* path) override {
+    std::lock_guard<std::mutex> hold(lock_);
+    opened.push_back(path);
+  }
 
   // A message as the window's procedure passes it to the top hook.
   void Deliver(uint32_t message, uint32_t wParam, int32_t lParam) {
@@ -100,6 +104,7 @@ class FakeScreenHost : public ScreenHost {
   std::atomic<bool> cursorShown{false};
   std::atomic<HCURSOR> cursor{nullptr};
   std::vector<std::string> loadedCursorFiles;
+  std::vector<std::string> opened;
   std::atomic<uint32_t> ticks{0};
 
  private:

@@ -6,19 +6,13 @@
 #include <gtest/gtest.h>
 #include <sys/time.h>
 
-#include <atomic>
-#include <cstdlib>
 #include <ctime>
-#include <filesystem>
-#include <future>
-#include <memory>
+#include <string>
+#include <vector>
 
-#include "graphics/graphic.h"
-#include "host/exports/services.h"
 #include "screens/save_slot.h"
-#include "tests/screens/fake_screen_host.h"
 #include "tests/screens/save_file_bytes.h"
-#include "tests/temp_dir.h"
+#include "tests/screens/screen_test_fixture.h"
 #include "tools/screen_art/save_menu_art.h"
 #include "tools/screen_art/save_menu_look.h"
 
@@ -30,32 +24,15 @@ constexpr int32_t kLoad = 1, kSave = 0;
 
 POINT slotPlace(int32_t slot) { return POINT{slot < 5 ? 36 : 322, 40 + 74 * (slot % 5)}; }
 
-class SaveScreenTest : public ::testing::Test {
+class SaveScreenTest : public ScreenTest {
  protected:
-  // The screens put a backslash behind their folders; natively that is part of a file name, so
-  // the files are made as "art\SaveMenu.arc" and "saves\nodali21.sav" in the temporary folder.
-  SaveScreenTest() : target(std::make_unique<Graphic>(kConversionNone)) {
+  SaveScreenTest() : ScreenTest("save_screen_test") {
     MakeArt({});
-    ZPK_SetRegistryKey("Runa1 Tests", "save_screen_test");
-    ZPK_WriteProfileString("Installed", "BinDir", folder.file("art").c_str());
     ZPK_WriteProfileString("Installed", "SaveDir", folder.file("saves").c_str());
-    target->CreateBitmap(640, 480, 24);
-  }
-  ~SaveScreenTest() override {
-    if (result.valid()) Result();  // a test that stopped early leaves no screen behind
-    ZPK_WriteProfileString("Installed", nullptr, nullptr);
   }
 
   void MakeArt(std::vector<std::string> leaveOut) {
-    std::filesystem::path art = folder.path() / "drawn";
-    screen_art::ArtSet set(art / "tree", std::move(leaveOut));
-    screen_art::drawSaveMenu(set);
-    std::string error;
-    ASSERT_TRUE(set.Pack((art / "SaveMenu.arc").string(), &error)) << error;
-    ASSERT_TRUE(screen_art::writeScreenCursors(art, &error)) << error;
-    for (const char* name : {"SaveMenu.arc", "Arrow.cur", "GripHand.cur"})
-      std::filesystem::copy_file(art / name, folder.path() / (std::string("art\\") + name),
-                                 std::filesystem::copy_options::overwrite_existing);
+    ScreenTest::MakeArt("SaveMenu", screen_art::drawSaveMenu, std::move(leaveOut));
   }
 
   // A save file written at local time 1999-03-07 09:05.
@@ -73,45 +50,13 @@ class SaveScreenTest : public ::testing::Test {
   }
 
   void Start(int mode, int32_t page) {
-    repaints = host.invalidations;
-    result = std::async(std::launch::async, [this, mode, page] {
+    StartScreen([this, mode, page] {
       return mode == kLoad ? RunLoadScreen(host, target.get(), page) : RunSaveScreen(host, target.get(), page);
     });
-    AwaitRepaint();
-  }
-  // Waits until the screen has drawn once more than it had before.
-  void AwaitRepaint() {
-    for (int i = 0; i < 2000 && host.invalidations <= repaints; ++i) os::sleep(1);
-    ASSERT_GT(host.invalidations, repaints) << "the screen did not draw";
-    repaints = host.invalidations;
-  }
-  // Waits until the target shows `colour` at (x, y): the screen draws on its own thread.
-  bool Shows(int32_t x, int32_t y, uint32_t colour) {
-    for (int i = 0; i < 5000 && Pixel(x, y) != colour; ++i) os::sleep(1);
-    return Pixel(x, y) == colour;
   }
   // The page is drawn before the screen takes input again: wait for the cursor of an active
   // screen.
   bool ShowsPage(int32_t page) { return Shows(5, 5, SAVE_ART_PAGE_COLOUR(page)) && Active(); }
-  bool Active() {
-    for (int i = 0; i < 5000 && host.cursor == fakeCursor(FakeScreenHost::kWait); ++i) os::sleep(1);
-    return host.cursor != fakeCursor(FakeScreenHost::kWait);
-  }
-  // The screen's result; a screen that does not end is cancelled, so that the test ends.
-  int32_t Result() {
-    if (result.wait_for(std::chrono::seconds(10)) != std::future_status::ready) {
-      ADD_FAILURE() << "the screen did not end";
-      host.Press(kRButtonDown);
-      if (result.wait_for(std::chrono::seconds(10)) != std::future_status::ready) std::abort();
-    }
-    return result.get();
-  }
-  bool Running() { return result.wait_for(std::chrono::milliseconds(50)) == std::future_status::timeout; }
-
-  uint32_t Pixel(int32_t x, int32_t y) {
-    const uint8_t* pixel = target->Pixels() + (479 - y) * dibPitch(640, 24) + 3 * x;
-    return pixel[0] | pixel[1] << 8 | pixel[2] << 16;
-  }
   // The colour at (1, 1) of the glyph whose left edge is `dx` into slot `slot`.
   uint32_t Glyph(int32_t slot, int32_t dx, int32_t dy) {
     POINT at = slotPlace(slot);
@@ -126,12 +71,6 @@ class SaveScreenTest : public ::testing::Test {
     POINT at = slotPlace(slot);
     host.Click(at.x + 20, at.y + 50);
   }
-
-  TempDir folder;
-  FakeScreenHost host;
-  std::unique_ptr<Graphic> target;
-  std::future<int32_t> result;
-  int repaints = 0;
 };
 
 TEST_F(SaveScreenTest, TheLoadScreenShowsTheSlotsOfItsFilesAndPagesThroughThoseWithSaves) {

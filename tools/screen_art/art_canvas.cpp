@@ -46,6 +46,12 @@ void Canvas::Digit(const Box& box, int digit, uint32_t colour) {
     if (kBars[digit] & (1 << bar)) Fill(bars[bar], colour);
 }
 
+Canvas plate(int32_t width, int32_t height, uint32_t colour) {
+  Canvas canvas(width, height, colour);
+  canvas.Frame(Box{0, 0, width, height}, 0x000000, 1, 0);
+  return canvas;
+}
+
 namespace {
 
 Picture emptyPicture(const Canvas& canvas, uint32_t bits) {
@@ -76,12 +82,13 @@ bool writeColourBitmap(const Canvas& canvas, const std::string& path, std::strin
   return writePicture(path, picture, error);
 }
 
-bool writeAlphaBitmap(const Canvas& canvas, const std::string& path, std::string* error) {
+bool writeAlphaBitmap(const Canvas& canvas, const std::string& path, std::string* error, uint32_t tint) {
   Picture picture = emptyPicture(canvas, 8);
   picture.palette.resize(256);
   for (int i = 0; i < 256; ++i) {
-    uint8_t level = static_cast<uint8_t>(i);
-    picture.palette[i] = RGBQUAD{level, level, level, 0};
+    uint8_t alpha = static_cast<uint8_t>(i);
+    picture.palette[i] = RGBQUAD{premultiplied(tint & 0xFF, alpha), premultiplied((tint >> 8) & 0xFF, alpha),
+                                 premultiplied((tint >> 16) & 0xFF, alpha), 0};
   }
   for (int32_t y = 0; y < canvas.Height(); ++y) {
     uint8_t* row = picture.pixels.data() + static_cast<size_t>(canvas.Height() - 1 - y) * picture.pitch();

@@ -37,10 +37,14 @@ class Canvas {
   std::vector<uint8_t> alpha_;
 };
 
+// A plate of one colour whose outermost pixels are transparent.
+Canvas plate(int32_t width, int32_t height, uint32_t colour);
+
 // Each gives true, or false with a message in *error.
 // The colours as a 24-bit BMP, each multiplied by its alpha (what the blit's alpha formula takes).
 bool writeColourBitmap(const Canvas& canvas, const std::string& path, std::string* error);
-// The alpha as an 8-bit BMP whose palette is a grey ramp, so that index and alpha agree.
-bool writeAlphaBitmap(const Canvas& canvas, const std::string& path, std::string* error);
+// The alpha as an 8-bit BMP whose index is the alpha and whose palette is `tint` multiplied by
+// it: with white a grey ramp, with a colour a bitmap that serves as its own alpha plane.
+bool writeAlphaBitmap(const Canvas& canvas, const std::string& path, std::string* error, uint32_t tint = 0xFFFFFF);
 
 }  // namespace screen_art

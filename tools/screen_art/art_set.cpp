@@ -29,8 +29,12 @@ void ArtSet::Bitmap(const std::string& name, const Canvas& canvas) {
 void ArtSet::Variants(const std::string& stem, const Canvas& off, const Canvas& on) {
   Bitmap(stem + "of.bmp", off);
   Bitmap(stem + "on.bmp", on);
-  if (!error_.empty() || !Wanted(stem + "a.bmp")) return;
-  writeAlphaBitmap(off, (tree_ / (stem + "a.bmp")).string(), &error_);
+  Alpha(stem + "a.bmp", off);
+}
+
+void ArtSet::Alpha(const std::string& name, const Canvas& canvas, uint32_t tint) {
+  if (!error_.empty() || !Wanted(name)) return;
+  writeAlphaBitmap(canvas, (tree_ / name).string(), &error_, tint);
 }
 
 bool ArtSet::Pack(const std::string& archive, std::string* error) {

@@ -19,6 +19,8 @@ class ArtSet {
 
   // `name` as a 24-bit colour bitmap.
   void Bitmap(const std::string& name, const Canvas& canvas);
+  // `name` as the 8-bit alpha bitmap of `canvas`, tinted as writeAlphaBitmap tells.
+  void Alpha(const std::string& name, const Canvas& canvas, uint32_t tint = 0xFFFFFF);
   // The three variants of a bitmap with an alpha plane: stem + "of.bmp" and stem + "on.bmp"
   // with their colours, stem + "a.bmp" with the alpha of `off` (both share it).
   void Variants(const std::string& stem, const Canvas& off, const Canvas& on);

@@ -19,13 +19,6 @@ std::string format(const char* pattern, int a, int b = 0) {
   return text;
 }
 
-// A plate of one colour whose outermost pixels are transparent.
-Canvas plate(int32_t width, int32_t height, uint32_t colour) {
-  Canvas canvas(width, height, colour);
-  canvas.Frame(Box{0, 0, width, height}, 0x000000, 1, 0);
-  return canvas;
-}
-
 Canvas glyph(int index, bool on) {
   Canvas canvas = plate(SAVE_ART_GLYPH_WIDTH, SAVE_ART_GLYPH_HEIGHT, SAVE_ART_GLYPH_COLOUR(index, on));
   Box inside{2, 2, SAVE_ART_GLYPH_WIDTH - 2, SAVE_ART_GLYPH_HEIGHT - 2};

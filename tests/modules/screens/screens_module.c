@@ -1,22 +1,14 @@
 /* Runs the save and load screens in the main window while the test runner plays the player:
  * for each step the module writes "do N VERB X Y" (client coordinates) to its log and waits for
  * the runner's file "done-N", then reads the window's pixels back and checks what the screen
- * shows. The screens run on a thread of the module's own, so that this one can look and ask.
+ * shows (tests/modules/screen_steps.h).
  * Save files are written here in the layout the screens read; the bitmaps come from the screens'
  * art generator (folders "art" and "sparse", the latter with bitmaps left out). */
-#include <windows.h>
-
-#include "../module_log.h"
+#include "../screen_steps.h"
 #include "../../../tools/screen_art/save_menu_look.h"
 
-#define WIDTH 640
-#define HEIGHT 480
-#define BOX_LEFT ((WIDTH - SAVE_ART_BOX_WIDTH) >> 1)
-#define BOX_TOP ((HEIGHT - SAVE_ART_BOX_HEIGHT) >> 1)
-
-static HWND window;
-static GRAPHIC target;
-static uint32_t step;
+#define BOX_LEFT ((SCREEN_WIDTH - SAVE_ART_BOX_WIDTH) >> 1)
+#define BOX_TOP ((SCREEN_HEIGHT - SAVE_ART_BOX_HEIGHT) >> 1)
 
 /* ---- Save files ---------------------------------------------------------------------------- */
 
@@ -60,91 +52,21 @@ static void writeSaves(void) {
   writeSave(4, 0, 2, 2, 1, 1, 12424, 2010, 6, 1, 12, 0);
 }
 
-/* ---- The window and the runner ------------------------------------------------------------- */
-
-static uint32_t pixel(int x, int y) {
-  HDC dc = GetDC(window);
-  COLORREF colour = GetPixel(dc, x, y);
-  ReleaseDC(window, dc);
-  return (colour & 0xFF) << 16 | (colour & 0xFF00) | (colour >> 16 & 0xFF);
-}
-
-/* The window shows `colour` at (x, y) within a few seconds; the first miss is logged. */
-static int shows(const char* what, int x, int y, uint32_t colour) {
-  for (int attempt = 0; attempt < 100; ++attempt) {
-    if (pixel(x, y) == colour) return 1;
-    Sleep(50);
-  }
-  logText(what);
-  logText(": ");
-  logNumber(pixel(x, y));
-  logText(" where ");
-  logNumber(colour);
-  logText(" was due\n");
-  return 0;
-}
-
-/* The window still shows `colour` at (x, y) after a while. */
-static int stillShows(const char* what, int x, int y, uint32_t colour) {
-  Sleep(500);
-  return shows(what, x, y, colour);
-}
-
-/* Asks the runner to move, click, press or release at client (x, y) and waits until it has. */
-static void act(const char* verb, int x, int y) {
-  char done[] = "done-000";
-  ++step;
-  done[5] = (char)('0' + step / 100 % 10);
-  done[6] = (char)('0' + step / 10 % 10);
-  done[7] = (char)('0' + step % 10);
-  logText("do ");
-  logNumber(step);
-  logText(" ");
-  logText(verb);
-  logText(" ");
-  logNumber((uint32_t)x);
-  logText(" ");
-  logNumber((uint32_t)y);
-  logText("\n");
-  for (int attempt = 0; attempt < 600; ++attempt) {
-    KFILE file = File_OpenFile(done, FILE_READ);
-    if (file) {
-      File_CloseFile(file);
-      Sleep(300); /* the window's thread takes the input in its own time */
-      return;
-    }
-    Sleep(50);
-  }
-  logText("the runner did not act\n");
-}
-
 /* ---- The screens on their thread ----------------------------------------------------------- */
 
 enum { SAVE, LOAD };
 static int screenKind, screenPage;
-static volatile int32_t screenResult;
 
 static uint32_t __stdcall screenThread(uint32_t argument) {
   screenResult = screenKind == SAVE ? Nodali_SaveContextMenu(target, screenPage) : Nodali_LoadContextMenu(target, screenPage);
   return 0;
 }
 
-static ZPKTHREAD screen;
-
 static void startScreen(int kind, int page) {
   screenKind = kind;
   screenPage = page;
-  screenResult = -100;
-  screen = ZPK_BeginThread(screenThread, 0, THREAD_PRIORITY_NORMAL, 0);
+  startScreenThread(screenThread);
 }
-
-static int32_t screenEnd(void) {
-  if (WaitForSingleObject(ZPK_GetThreadHandle(screen), 20000) != WAIT_OBJECT_0) return -100;
-  ZPK_EndThread(screen);
-  return screenResult;
-}
-
-static int running(void) { return WaitForSingleObject(ZPK_GetThreadHandle(screen), 200) == WAIT_TIMEOUT; }
 
 /* ---- Places on a page ---------------------------------------------------------------------- */
 
@@ -258,19 +180,7 @@ uint32_t __stdcall StartingProc(ZPKMODULE module) {
   ZPK_WriteProfileString("Installed", "BinDir", "art");
   ZPK_WriteProfileString("Installed", "SaveDir", "saves");
   writeSaves();
-  RECT rect = {0, 0, WIDTH, HEIGHT};
-  report("main-window", InitializeMainWindow("Screens Test", WS_POPUP, 0, &rect) == 0);
-  window = ZPK_GetMainWindow();
-  POINT origin = {0, 0};
-  ClientToScreen(window, &origin);
-  logText("client ");
-  logNumber((uint32_t)origin.x);
-  logText(" ");
-  logNumber((uint32_t)origin.y);
-  logText("\n");
-  target = graphic_CreateBitmap(WIDTH, HEIGHT, 24);
-  RECT whole = {0, 0, WIDTH - 1, HEIGHT - 1};
-  View_AttachScreen(View_Create(target, &whole, NULL), NULL, 0);
+  report("main-window", openScreenWindow("Screens Test"));
 
   cursorFiles();
   loadScreen();
