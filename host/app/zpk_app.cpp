@@ -12,6 +12,7 @@
 #include "host/frame/main_frame.h"
 #include "host/module/zpk_text.h"
 #include "host/module/zpk_thread.h"
+#include "sound/device/midi_synth.h"
 #include "sound/mixer/mixing_service.h"
 
 namespace {
@@ -74,6 +75,7 @@ int CZPKApp::Run() {
   }
   if (debugRecordFileName_.empty())
     debugRecordFileName_ = debugRecordFileNameOf(module_.GetPath(), module_.GetBaseDirectory());
+  setMidiSoundFontFolder(directoryOf(module_.GetPath()));
 
   if (baseDirectoryGiven_) {
     // A directory that cannot be entered is not reported: the working directory stays.
@@ -104,6 +106,7 @@ int CZPKApp::Run() {
       loop_.Run(windows, moduleThread->Handle());
       frame->StopTimer();
       windows.pumpMessages();  // what is left in the queue before the frame goes
+      endMidiSynth();
       theMixingService().Close();  // the module's sounds end before its window and finaliser
       frame.reset();
       moduleThread.reset();
@@ -111,6 +114,7 @@ int CZPKApp::Run() {
     }
   }
   // A module that never asked for a window: its sounds end before its finaliser runs.
+  endMidiSynth();
   theMixingService().Close();
   module_.Delete();  // does nothing when it ran above
   return 0;

@@ -1,7 +1,7 @@
 // The MIDI stream device: a timed player of event blocks that hands each block back with a done
 // notice, calls back at flagged events, and sends single messages at once. Backends: WINMM's
 // midiStream in the product ("system"), a virtual clock that records what it plays for the
-// tests (midi_virtual.h). The player above (CMIDIMusic) owns the blocks and decides what goes
+// tests (midi_virtual.h), the engine's own synthesiser ("synth", midi_synth.h). The player above (CMIDIMusic) owns the blocks and decides what goes
 // out; a backend only plays and reports.
 #pragma once
 
@@ -60,6 +60,14 @@ enum : uint32_t {
 // The three words in front of every stream event; a long event's bytes follow, padded to 4.
 constexpr uint32_t kMidiEventHeaderBytes = 12;
 
+// The event at `offset` of a block's recorded bytes; false when no whole event header is left
+// there. `size` counts the header and the padded parameters, and may run past the block's end.
+bool readMidiEvent(const MIDIHDR& header, uint32_t offset, MIDIEVENT* event, uint32_t* size);
+// The length of a tick: a division with the top bit set counts frames per second (negated, high
+// byte) and ticks per frame (low byte); otherwise it is ticks per quarter note, timed by the
+// tempo. 0 for a division that counts nothing.
+double midiMicrosecondsPerTick(uint32_t division, uint32_t tempo);
+
 // Given by a backend on the stream's thread: MOM_DONE (param the block's MIDIHDR),
 // MOM_POSITIONCB (the MIDIHDR, its dwOffset at the flagged event), MM_STREAM_DONE.
 class MidiStream;
@@ -94,8 +102,8 @@ class MidiBackend {
 };
 
 // Opens a stream on the backend that RUNA1_MIDI names, or else on the first of the build's list
-// that opens (the product: "system"; the native build has none), with a trace line for each one
-// that fails. A backend set with setMidiBackend is the only one tried.
+// that opens (the product: "system", then "synth"; the native build: "synth"), with a trace line
+// for each one that fails. A backend set with setMidiBackend is the only one tried.
 uint32_t openMidiStream(MidiStream** stream, MidiStreamCallback callback, void* instance);
 // Puts `backend` in place of the list; null puts the list back.
 void setMidiBackend(MidiBackend* backend);

@@ -32,17 +32,6 @@ void VirtualMidiStream::call(uint32_t message, MIDIHDR* header) {
   --callbackDepth_;
 }
 
-// A division with the top bit set counts frames per second (negated, high byte) and ticks per
-// frame (low byte); otherwise it is ticks per quarter note, timed by the tempo.
-double VirtualMidiStream::microsecondsPerTick() const {
-  if (division_ & 0x8000) {
-    int framesPerSecond = -static_cast<int8_t>(division_ >> 8);
-    int ticksPerFrame = division_ & 0xFF;
-    return framesPerSecond > 0 && ticksPerFrame > 0 ? 1e6 / (framesPerSecond * ticksPerFrame) : 0;
-  }
-  return division_ ? static_cast<double>(tempo_) / division_ : 0;
-}
-
 uint32_t VirtualMidiStream::out(MIDIHDR* header) {
   if (!(header->dwFlags & MHDR_PREPARED)) return MIDIERR_UNPREPARED;
   if (header->dwFlags & MHDR_INQUEUE) return MIDIERR_STILLPLAYING;
@@ -121,16 +110,14 @@ bool VirtualMidiStream::playNext(double until) {
   MIDIHDR* header = front.header;
   uint32_t offset = front.offset;
   uint32_t used = header->dwBytesRecorded;
-  if (offset + kMidiEventHeaderBytes > used) {
+  MIDIEVENT event;
+  uint32_t size = 0;
+  if (!readMidiEvent(*header, offset, &event, &size)) {
     queue_.pop_front();
     handBack(header);
     return true;
   }
-  MIDIEVENT event;
-  std::memcpy(&event, header->lpData + offset, kMidiEventHeaderBytes);
-  uint32_t size = kMidiEventHeaderBytes;
-  if (event.dwEvent & kMidiEventLong) size += ((event.dwEvent & 0xFFFFFF) + 3) & ~3u;
-  double due = std::max(lastEventTime_ + event.dwDeltaTime * microsecondsPerTick(), now_);
+  double due = std::max(lastEventTime_ + event.dwDeltaTime * midiMicrosecondsPerTick(division_, tempo_), now_);
   if (due > until) return false;
   now_ = lastEventTime_ = due;
   tick_ += event.dwDeltaTime;

@@ -85,7 +85,6 @@ class VirtualMidiStream : public MidiStream {
     MIDIHDR* header;
     uint32_t offset;
   };
-  double microsecondsPerTick() const;
   void record(MidiRecord::Kind kind, uint32_t word, const MIDIHDR* header = nullptr,
               std::vector<uint8_t> bytes = {});
   void call(uint32_t message, MIDIHDR* header);

@@ -1,5 +1,5 @@
-/* Plays music on a machine without a MIDI device: reading works, playing fails with 1, every
- * other call gives its result for a closed song, and the game goes on. */
+/* Plays music with RUNA1_MIDI=system on a machine without a MIDI device: reading works, playing
+ * fails with 1, every other call gives its result for a closed song, and the game goes on. */
 #include <windows.h>
 
 #include "../module_log.h"
