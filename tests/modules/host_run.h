@@ -13,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "tests/modules/unix_command.h"
 #include "tests/temp_dir.h"
 
 struct Outcome {
@@ -90,18 +91,6 @@ inline Outcome runModuleInWork(const std::string& name, const TempDir& work, Hos
   std::filesystem::copy_file(modulePath(name), work.file(name + ".zpe"),
                              std::filesystem::copy_options::overwrite_existing);
   return runHost(name + ".zpe", work, environment, timeoutMs);
-}
-
-// The Unix path of a file or folder that a Windows path names (Wine's own conversion).
-inline std::string unixPath(const std::filesystem::path& path) {
-  using Convert = char*(CDECL*)(const wchar_t*);
-  FARPROC found = GetProcAddress(GetModuleHandleA("kernel32"), "wine_get_unix_file_name");
-  auto convert = reinterpret_cast<Convert>(reinterpret_cast<void*>(found));
-  if (!convert) return {};
-  char* converted = convert(path.wstring().c_str());
-  std::string text = converted ? converted : "";
-  HeapFree(GetProcessHeap(), 0, converted);
-  return text;
 }
 
 // Every check of `log` passed, and each of `checks` is among them.

@@ -1,13 +1,27 @@
 /* The player's steps of an end-to-end test: the module writes "do N VERB X Y" (client
  * coordinates) to its log and waits for the runner's file "done-N"; player_steps.sh does the
- * step with xdotool (or starts and stops a recording of the sound rig). Include after module_log.h; needs KERNEL32 Sleep among the module's
- * imports. */
+ * step with xdotool (or starts and stops a recording of the sound rig). Needs KERNEL32 Sleep
+ * among the module's imports. */
 #ifndef PLAYER_STEPS_H
 #define PLAYER_STEPS_H
+
+#include <windows.h>
 
 #include "module_log.h"
 
 static uint32_t playerStep;
+
+/* Tells the runner where the client area of `shown` lies on the screen: the log line "client
+ * LEFT TOP", to which the steps' coordinates are relative. Needs USER32 ClientToScreen. */
+static void logClientOrigin(HWND shown) {
+  POINT origin = {0, 0};
+  ClientToScreen(shown, &origin);
+  logText("client ");
+  logNumber((uint32_t)origin.x);
+  logText(" ");
+  logNumber((uint32_t)origin.y);
+  logText("\n");
+}
 
 /* Asks the runner to do VERB at client (x, y) and waits until it has, `settle` milliseconds
  * more for the window's thread to take the input. */

@@ -25,13 +25,7 @@ static int openScreenWindow(const char* title) {
   RECT rect = {0, 0, SCREEN_WIDTH, SCREEN_HEIGHT};
   if (InitializeMainWindow(title, WS_POPUP, 0, &rect) != 0) return 0;
   window = ZPK_GetMainWindow();
-  POINT origin = {0, 0};
-  ClientToScreen(window, &origin);
-  logText("client ");
-  logNumber((uint32_t)origin.x);
-  logText(" ");
-  logNumber((uint32_t)origin.y);
-  logText("\n");
+  logClientOrigin(window);
   target = graphic_CreateBitmap(SCREEN_WIDTH, SCREEN_HEIGHT, 24);
   RECT whole = {0, 0, SCREEN_WIDTH - 1, SCREEN_HEIGHT - 1};
   View_AttachScreen(View_Create(target, &whole, NULL), NULL, 0);

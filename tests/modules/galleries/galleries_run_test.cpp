@@ -27,19 +27,6 @@ constexpr size_t kWindow = 882;  // 20 ms
 constexpr double kLevel = 0.5;   // the tracks' peak
 constexpr size_t kBridge = 5;    // drops of Wine's stream of up to 100 ms are bridged
 
-// Starts a Unix command line through the shell; it runs on by itself.
-bool startShell(const std::string& command) {
-  std::string line = "/bin/sh -c \"" + command + "\"";
-  STARTUPINFOA startup{};
-  startup.cb = sizeof startup;
-  PROCESS_INFORMATION process{};
-  if (!CreateProcessA(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process))
-    return false;
-  CloseHandle(process.hThread);
-  CloseHandle(process.hProcess);
-  return true;
-}
-
 // Plays the player for the module: each "do N VERB X Y" line of its log is done with xdotool,
 // at the client point (X, Y) or by the motion (X, Y) for "nudge", and answered with the file
 // done-N in the module's folder.
@@ -73,7 +60,7 @@ class Player {
       }
       char done[16];
       std::snprintf(done, sizeof done, "done-%03d", number);
-      ASSERT_TRUE(startShell(command + "; touch '" + folder_ + "/" + done + "'")) << command;
+      ASSERT_TRUE(startUnixCommand(command + "; touch '" + folder_ + "/" + done + "'")) << command;
       // The next move waits for this one's answer: the module acts on one at a time.
       for (int wait = 0; wait < 200 && !std::filesystem::exists(work_.path() / done); ++wait) Sleep(50);
       done_ = i + 1;
@@ -113,7 +100,7 @@ TEST(GalleriesRunTest, TheGalleriesAnswerTheMouseShowTheirPicturesAndPlayTheChos
   SinkRecorder recorder(RECORD_SCRIPT, std::string(MODULE_DIR) + "/recordings/galleries.raw");
   ASSERT_TRUE(recorder.start()) << "the recorder did not connect";
   // The pointer starts away from the window, so that no control is lit before the module asks.
-  startShell("xdotool mousemove 1020 760");
+  startUnixCommand("xdotool mousemove 1020 760");
 
   std::atomic<bool> ended{false};
   Outcome outcome;

@@ -145,13 +145,7 @@ uint32_t __stdcall StartingProc(ZPKMODULE module) {
   RECT rect = {0, 0, WIDTH, HEIGHT};
   report("main-window", InitializeMainWindow("Movie Test", WS_POPUP, 0, &rect) == 0);
   window = ZPK_GetMainWindow();
-  POINT origin = {0, 0};
-  ClientToScreen(window, &origin);
-  logText("client ");
-  logNumber((uint32_t)origin.x);
-  logText(" ");
-  logNumber((uint32_t)origin.y);
-  logText("\n");
+  logClientOrigin(window);
   Sleep(500);
   checkBadFiles();
   checkPlaysToTheEnd();

@@ -67,15 +67,7 @@ ModuleLog parseLog(const std::string& text) {
 
 // Runs xdotool at a screen point, from a Unix shell that Wine starts.
 void rightClick(int x, int y) {
-  std::string command = "/bin/sh -c \"xdotool mousemove " + std::to_string(x) + " " + std::to_string(y) +
-                        " sleep 0.1 click 3\"";
-  STARTUPINFOA startup{};
-  startup.cb = sizeof startup;
-  PROCESS_INFORMATION process{};
-  if (CreateProcessA(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process)) {
-    CloseHandle(process.hThread);
-    CloseHandle(process.hProcess);
-  }
+  startUnixCommand("xdotool mousemove " + std::to_string(x) + " " + std::to_string(y) + " sleep 0.1 click 3");
   Sleep(700);  // xdotool's own pause and the click's way through the X server
 }
 

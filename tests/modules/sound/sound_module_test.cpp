@@ -49,18 +49,10 @@ Outcome runModuleFromShell(const std::string& module, const TempDir& work, const
   std::filesystem::copy_file(modulePath(module), work.file(module + ".zpe"),
                              std::filesystem::copy_options::overwrite_existing);
   std::string folder = unixPath(work.path()), host = unixPath(RUNA1_EXE);
-  std::string command = "/bin/sh -c \"cd '" + folder + "' && " + unixEnvironment +
-                        " RUNA1_AUTO_ANSWER=ok RUNA1_AUDIO=winmm wine '" + host + "' " + module +
-                        ".zpe >stderr.txt 2>&1; echo $? >exit.tmp; mv exit.tmp exit.txt\"";
-  STARTUPINFOA startup{};
-  startup.cb = sizeof startup;
-  PROCESS_INFORMATION process{};
+  std::string command = "cd '" + folder + "' && " + unixEnvironment + " RUNA1_AUTO_ANSWER=ok RUNA1_AUDIO=winmm wine '" +
+                        host + "' " + module + ".zpe >stderr.txt 2>&1; echo $? >exit.tmp; mv exit.tmp exit.txt";
   Outcome outcome;
-  if (folder.empty() || host.empty() ||
-      !CreateProcessA(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process))
-    return outcome;
-  CloseHandle(process.hThread);
-  CloseHandle(process.hProcess);
+  if (folder.empty() || host.empty() || !startUnixCommand(command)) return outcome;
   for (int i = 0; i < 600 && !std::filesystem::exists(work.file("exit.txt")); ++i) Sleep(100);
   std::string code = work.read("exit.txt");
   if (!code.empty()) outcome.exitCode = static_cast<DWORD>(std::stoul(code));

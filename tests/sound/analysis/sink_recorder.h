@@ -11,6 +11,7 @@
 #include <string>
 #include <thread>
 
+#include "tests/modules/unix_command.h"
 #include "tests/sound/analysis/audio_analysis.h"
 
 class SinkRecorder {
@@ -33,15 +34,7 @@ class SinkRecorder {
  private:
   bool run(const char* command) {
     std::filesystem::create_directories(std::filesystem::path(file_).parent_path());
-    std::string line = "/bin/sh \"" + script_ + "\" " + command + " \"" + file_ + "\"";
-    STARTUPINFOA startup{};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION process{};
-    if (!CreateProcessA(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process))
-      return false;
-    CloseHandle(process.hThread);
-    CloseHandle(process.hProcess);
-    return true;
+    return startUnixCommand("sh '" + script_ + "' " + command + " '" + file_ + "'");
   }
   static bool waitFor(const std::string& marker) {
     for (int i = 0; i < 200; ++i) {
