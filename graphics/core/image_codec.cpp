@@ -270,3 +270,11 @@ uint32_t mqDecompressImageSSE2(const ImageHeader* header, uint8_t* dst, int32_t 
   return decompressImage(kVector, header, dst, bits, pitch, data, scale, grey, tableLimit,
                          tableMemory, dataSize);
 }
+
+uint32_t mqDecompressImageAVX2(const ImageHeader* header, uint8_t* dst, int32_t bits,
+                               int32_t pitch, const void* data, int32_t scale, bool grey,
+                               uint32_t tableLimit, void* tableMemory, size_t dataSize) {
+  static constexpr DecompressKernels kWide{mqInverseBlockKernelAVX2, mqYCCToRGBSSE2, mqYCCToIndexedSSE2};
+  return decompressImage(kWide, header, dst, bits, pitch, data, scale, grey, tableLimit,
+                         tableMemory, dataSize);
+}

@@ -61,6 +61,10 @@ void mqInverseBlockPlain(int32_t* dst, int32_t* src, const uint32_t* q, int32_t 
 // The vector variant: single precision, within 1 of the plain variant's results.
 void mqInverseBlockSSE2(int32_t* dst, int32_t* src, const uint32_t* q, int32_t blockSize,
                         int32_t sx, int32_t sy, double* work);
+// The AVX2 variant: the vector variant's sums with eight lanes and fused multiply-adds, within 1
+// of the plain variant's results.
+void mqInverseBlockAVX2(int32_t* dst, int32_t* src, const uint32_t* q, int32_t blockSize,
+                        int32_t sx, int32_t sy, double* work);
 // One line of the inverse transform: `count` coefficients from `src` (stride `srcStride`) onto
 // `1 << logSize` samples written at `dstStride`; logSize 3 to 8.
 void mqInverseLine(double* dst, int32_t dstStride, const double* src, int32_t srcStride,
@@ -88,6 +92,9 @@ uint32_t mqDecompressImagePlain(const ImageHeader* header, uint8_t* dst, int32_t
                                 int32_t pitch, const void* data, int32_t scale, bool grey,
                                 uint32_t tableLimit, void* tableMemory, size_t dataSize);
 uint32_t mqDecompressImageSSE2(const ImageHeader* header, uint8_t* dst, int32_t bits,
+                               int32_t pitch, const void* data, int32_t scale, bool grey,
+                               uint32_t tableLimit, void* tableMemory, size_t dataSize);
+uint32_t mqDecompressImageAVX2(const ImageHeader* header, uint8_t* dst, int32_t bits,
                                int32_t pitch, const void* data, int32_t scale, bool grey,
                                uint32_t tableLimit, void* tableMemory, size_t dataSize);
 // Codes a 24-bit bitmap by the header's format, block size and curve. Coefficients other than

@@ -139,6 +139,9 @@ const MOLAQInterface& mqPristineInterface();
 void mqInstallEncoders(void (*fill)(MOLAQInterface* record));
 // Whether the processor runs the vector variants (SSE2).
 bool mqProcessorHasVectorUnit();
+// Whether it also runs their AVX2 members (AVX2 and FMA, with the system's support), which the
+// selection takes in place of the SSE2 ones where there are any.
+bool mqProcessorHasAVX2();
 
 // Forwarders: call the variant that the live record holds.
 void mqYCCToIndexed(uint8_t* dst, const int32_t* y, const int32_t* cb, const int32_t* cr,
