@@ -103,7 +103,7 @@ uint32_t mqSelectInterface(MOLAQInterface* record, uint32_t flags, uint32_t rese
   choose(record->mqYCCToIndexed, vector, mqYCCToIndexedPlain, mqYCCToIndexedSSE2);
   choose(record->mqYCCToRGB, vector, mqYCCToRGBPlain, mqYCCToRGBSSE2);
   choose(record->mqConvertTo8Bit, vector, mqConvertTo8BitPlain, mqConvertTo8BitSSE2);
-  choose(record->mqDrawImage, vector, mqDrawImagePlain, mqDrawImageSSE2);
+  choose(record->mqDrawImage, vector, wide, mqDrawImagePlain, mqDrawImageSSE2, mqDrawImageAVX2);
   choose(record->mqInverseBlock, vector, wide, mqInverseBlockPlain, mqInverseBlockSSE2, mqInverseBlockAVX2);
   choose(record->mqDecompressImage, vector, wide, mqDecompressImagePlain, mqDecompressImageSSE2,
          mqDecompressImageAVX2);
