@@ -97,6 +97,13 @@ uint32_t mqDecompressImageSSE2(const ImageHeader* header, uint8_t* dst, int32_t 
 uint32_t mqDecompressImageAVX2(const ImageHeader* header, uint8_t* dst, int32_t bits,
                                int32_t pitch, const void* data, int32_t scale, bool grey,
                                uint32_t tableLimit, void* tableMemory, size_t dataSize);
+// Decodes like mqDecompressImage with the kernels of the variant that the live record holds, on
+// two threads: the arithmetic decoding on a helper thread, the transforms and the colour
+// conversion on the caller's, one row of macroblocks behind. The same pixels as that variant.
+// Decodes on the caller's thread alone if no thread can be started.
+uint32_t mqDecompressImageTwoThreads(const ImageHeader* header, uint8_t* dst, int32_t bits,
+                                     int32_t pitch, const void* data, int32_t scale, bool grey,
+                                     uint32_t tableLimit, void* tableMemory, size_t dataSize);
 // Codes a 24-bit bitmap by the header's format, block size and curve. Coefficients other than
 // the first with magnitude at most `threshold` become 0. Gives a buffer for mqFreeImage.
 uint8_t* mqCompressImage(const ImageHeader* header, const uint8_t* pixels, int32_t pitch,

@@ -20,6 +20,73 @@ float scaleOf(const uint32_t* q, int32_t i) {
   return _mm_cvtss_f32(_mm_castsi128_ps(_mm_cvtsi32_si128((127 + static_cast<int32_t>(q[i]) - 7) << 23)));
 }
 
+// Columns: eight coefficient columns `x` (the extent's rows) down four output rows j to j + 3
+// and their mirrors, into `columns`. The sums of the four rows and of the even and odd
+// coefficients are independent chains, which keeps the multiply-adds in flight.
+void fourColumnOutputs(const __m256* x, int32_t rows, const float* spread, int32_t j, int32_t h,
+                       float* columns, int32_t rowLength) {
+  __m256 even[4], odd[4];
+#pragma GCC unroll 4
+  for (int t = 0; t < 4; ++t) {
+    even[t] = _mm256_mul_ps(x[0], _mm256_broadcast_ss(spread + (j + t) * 128));
+    odd[t] = _mm256_setzero_ps();
+  }
+  for (int32_t v = 1; v < rows; v += 2) {
+#pragma GCC unroll 4
+    for (int t = 0; t < 4; ++t) odd[t] = _mm256_fmadd_ps(x[v], _mm256_broadcast_ss(spread + (j + t) * 128 + 4 * v), odd[t]);
+  }
+  for (int32_t v = 2; v < rows; v += 2) {
+#pragma GCC unroll 4
+    for (int t = 0; t < 4; ++t) even[t] = _mm256_fmadd_ps(x[v], _mm256_broadcast_ss(spread + (j + t) * 128 + 4 * v), even[t]);
+  }
+#pragma GCC unroll 4
+  for (int t = 0; t < 4; ++t) {
+    _mm256_store_ps(columns + (j + t) * rowLength, _mm256_add_ps(even[t], odd[t]));
+    _mm256_store_ps(columns + (h - 1 - j - t) * rowLength, _mm256_sub_ps(even[t], odd[t]));
+  }
+}
+
+// Rows: kRows rows of `columns` from row j, each onto kGroups groups of eight outputs of the
+// first half from output i and their mirrors in the second half.
+template <int kRows, int kGroups>
+void rowOutputs(const float* columns, int32_t rowLength, int32_t count, const float* across, int32_t half,
+                int32_t j, int32_t i, __m256 bias, int32_t* dst, ptrdiff_t stride) {
+  __m256 even[kRows][kGroups], odd[kRows][kGroups];
+  for (int r = 0; r < kRows; ++r) {
+    __m256 first = _mm256_set1_ps(columns[(j + r) * rowLength]);
+    for (int g = 0; g < kGroups; ++g) {
+      even[r][g] = _mm256_mul_ps(first, _mm256_loadu_ps(across + i + 8 * g));
+      odd[r][g] = _mm256_setzero_ps();
+    }
+  }
+  for (int32_t u = 1; u < count; u += 2) {
+#pragma GCC unroll 4
+    for (int r = 0; r < kRows; ++r) {
+      __m256 c = _mm256_set1_ps(columns[(j + r) * rowLength + u]);
+#pragma GCC unroll 2
+      for (int g = 0; g < kGroups; ++g) odd[r][g] = _mm256_fmadd_ps(c, _mm256_loadu_ps(across + u * half + i + 8 * g), odd[r][g]);
+    }
+  }
+  for (int32_t u = 2; u < count; u += 2) {
+#pragma GCC unroll 4
+    for (int r = 0; r < kRows; ++r) {
+      __m256 c = _mm256_set1_ps(columns[(j + r) * rowLength + u]);
+#pragma GCC unroll 2
+      for (int g = 0; g < kGroups; ++g) even[r][g] = _mm256_fmadd_ps(c, _mm256_loadu_ps(across + u * half + i + 8 * g), even[r][g]);
+    }
+  }
+  const int32_t w = 2 * half;
+  for (int r = 0; r < kRows; ++r) {
+    int32_t* out = dst + (j + r) * stride;
+    for (int g = 0; g < kGroups; ++g) {
+      int32_t at = i + 8 * g;
+      _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + at), floorToInt(_mm256_add_ps(_mm256_add_ps(even[r][g], odd[r][g]), bias)));
+      _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + w - 8 - at),
+                          floorToInt(_mm256_add_ps(reversed(_mm256_sub_ps(even[r][g], odd[r][g])), bias)));
+    }
+  }
+}
+
 }  // namespace
 
 void mqInverseBlockKernelAVX2(int32_t* dst, ptrdiff_t stride, const int32_t* coefficients,
@@ -45,37 +112,22 @@ void mqInverseBlockKernelAVX2(int32_t* dst, ptrdiff_t stride, const int32_t* coe
       __m256 c = _mm256_cvtepi32_ps(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(coefficients + v * n + 8 * g)));
       x[v] = _mm256_mul_ps(c, _mm256_mul_ps(columnScale, _mm256_set1_ps(scale[v])));
     }
-    for (int32_t j = 0; j < h / 2; ++j) {
-      const float* cosines = spread + j * 32 * 4;
-      __m256 even = _mm256_mul_ps(x[0], _mm256_broadcast_ss(cosines));
-      __m256 odd = _mm256_setzero_ps();
-      for (int32_t v = 1; v < extent.rows; v += 2) {
-        odd = _mm256_fmadd_ps(x[v], _mm256_broadcast_ss(cosines + 4 * v), odd);
-        if (v + 1 < extent.rows) even = _mm256_fmadd_ps(x[v + 1], _mm256_broadcast_ss(cosines + 4 * v + 4), even);
-      }
-      _mm256_store_ps(columns + j * rowLength + 8 * g, _mm256_add_ps(even, odd));
-      _mm256_store_ps(columns + (h - 1 - j) * rowLength + 8 * g, _mm256_sub_ps(even, odd));
+    for (int32_t j = 0; j < h / 2; j += 4) {
+      fourColumnOutputs(x, extent.rows, spread, j, h, columns + 8 * g, rowLength);
     }
   }
 
-  // Rows: eight outputs of the first half at a time, and the mirrored eight of the second.
+  // Rows: four rows at a time onto eight outputs where the half is 8 wide, else two rows onto
+  // sixteen.
   const float* across = mqAcrossBasis(logWidth);
   const int32_t half = w / 2;
-  for (int32_t j = 0; j < h; ++j) {
-    const float* row = columns + j * rowLength;
-    int32_t* out = dst + j * stride;
-    for (int32_t i = 0; i < half; i += 8) {
-      __m256 even = _mm256_mul_ps(_mm256_set1_ps(row[0]), _mm256_loadu_ps(across + i));
-      __m256 odd = _mm256_setzero_ps();
-      for (int32_t u = 1; u < extent.columns; u += 2) {
-        odd = _mm256_fmadd_ps(_mm256_set1_ps(row[u]), _mm256_loadu_ps(across + u * half + i), odd);
-        if (u + 1 < extent.columns) {
-          even = _mm256_fmadd_ps(_mm256_set1_ps(row[u + 1]), _mm256_loadu_ps(across + (u + 1) * half + i), even);
-        }
+  for (int32_t j = 0; j < h; j += half == 8 ? 4 : 2) {
+    if (half == 8) {
+      rowOutputs<4, 1>(columns, rowLength, extent.columns, across, half, j, 0, bias, dst, stride);
+    } else {
+      for (int32_t i = 0; i < half; i += 16) {
+        rowOutputs<2, 2>(columns, rowLength, extent.columns, across, half, j, i, bias, dst, stride);
       }
-      _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i), floorToInt(_mm256_add_ps(_mm256_add_ps(even, odd), bias)));
-      _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + w - 8 - i),
-                          floorToInt(_mm256_add_ps(reversed(_mm256_sub_ps(even, odd)), bias)));
     }
   }
 }

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <numbers>
 #include <random>
+#include <tuple>
 #include <vector>
 
 #include "graphics/core/molaq.h"
@@ -327,6 +328,38 @@ TEST(ImageCodec, EveryDecompressorGivesNearlyThePlainPicture) {
       }
     }
   }
+}
+
+// The two-thread decoder runs the live variant's kernels: its pictures are that variant's to the
+// byte, for pictures of more macroblock rows than its ring holds, in every format and output.
+TEST(ImageCodec, TheTwoThreadDecoderGivesTheLiveVariantsPicture) {
+  const int32_t width = 150, height = 301;
+  std::vector<uint8_t> picture = makePicture(width, height, 14);
+  for (uint32_t chroma : {kChroma444, kChroma422, kChroma420}) {
+    for (uint32_t blockSize : {3u, 5u}) {
+      ImageHeader h = headerFor(width, height, chroma, blockSize, 6, 7, 8);
+      std::vector<uint8_t> stream = compress(h, picture, 1);
+      for (auto [bits, grey, scale] : {std::tuple{24, false, 0}, std::tuple{8, false, 1}, std::tuple{8, true, 0}}) {
+        int32_t pitch = pitchOf(width << scale, bits);
+        std::vector<uint8_t> one(size_t(pitch) * (height << scale), 0xCD), two = one;
+        // The 8-bit output dithers from the shared seed: both start from the same.
+        mqStoreDitherSeed(kDitherSeedStart);
+        ASSERT_EQ(mqDecompressImage(&h, one.data(), bits, pitch, stream.data(), scale, grey, kMQTableLimit, nullptr,
+                                    stream.size()),
+                  kDecompressDone);
+        mqStoreDitherSeed(kDitherSeedStart);
+        ASSERT_EQ(mqDecompressImageTwoThreads(&h, two.data(), bits, pitch, stream.data(), scale, grey,
+                                              kMQTableLimit, nullptr, stream.size()),
+                  kDecompressDone);
+        ASSERT_EQ(one, two) << std::hex << chroma << std::dec << " blocks " << blockSize << " bits " << bits;
+      }
+    }
+  }
+  ImageHeader unsupported = headerFor(width, height, kChroma420, 6, 6, 7, 8);
+  std::vector<uint8_t> out(16);
+  EXPECT_EQ(mqDecompressImageTwoThreads(&unsupported, out.data(), 24, 4, out.data(), 0, false, kMQTableLimit,
+                                        nullptr, out.size()),
+            kDecompressUnsupported);
 }
 
 }  // namespace
