@@ -101,7 +101,7 @@ uint32_t mqSelectInterface(MOLAQInterface* record, uint32_t flags, uint32_t rese
   // Forcing the vector variants never forces AVX2: only the processor can give it.
   bool wide = vector && mqProcessorHasAVX2();
   choose(record->mqYCCToIndexed, vector, mqYCCToIndexedPlain, mqYCCToIndexedSSE2);
-  choose(record->mqYCCToRGB, vector, mqYCCToRGBPlain, mqYCCToRGBSSE2);
+  choose(record->mqYCCToRGB, vector, wide, mqYCCToRGBPlain, mqYCCToRGBSSE2, mqYCCToRGBAVX2);
   choose(record->mqConvertTo8Bit, vector, mqConvertTo8BitPlain, mqConvertTo8BitSSE2);
   choose(record->mqDrawImage, vector, wide, mqDrawImagePlain, mqDrawImageSSE2, mqDrawImageAVX2);
   choose(record->mqInverseBlock, vector, wide, mqInverseBlockPlain, mqInverseBlockSSE2, mqInverseBlockAVX2);

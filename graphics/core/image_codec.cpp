@@ -159,7 +159,7 @@ struct DecompressKernels {
 
 constexpr DecompressKernels kPlainKernels{mqInverseBlockKernelPlain, mqYCCToRGBPlain, mqYCCToIndexedPlain};
 constexpr DecompressKernels kSSE2Kernels{mqInverseBlockKernelSSE2, mqYCCToRGBSSE2, mqYCCToIndexedSSE2};
-constexpr DecompressKernels kAVX2Kernels{mqInverseBlockKernelAVX2, mqYCCToRGBSSE2, mqYCCToIndexedSSE2};
+constexpr DecompressKernels kAVX2Kernels{mqInverseBlockKernelAVX2, mqYCCToRGBAVX2, mqYCCToIndexedSSE2};
 
 // A picture's decoding in two stages, which may run on two threads: the entropy stage reads
 // the coefficients of a macroblock's blocks (in natural order, zero outside their extents), the

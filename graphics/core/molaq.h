@@ -215,6 +215,9 @@ void mqYCCToRGBPlain(uint8_t* dst, const int32_t* y, const int32_t* cb, const in
                      uint32_t count);
 void mqYCCToRGBSSE2(uint8_t* dst, const int32_t* y, const int32_t* cb, const int32_t* cr,
                     uint32_t count);
+// The same bytes as the SSE2 variant, 16 pixels at a time, where the processor has AVX2.
+void mqYCCToRGBAVX2(uint8_t* dst, const int32_t* y, const int32_t* cb, const int32_t* cr,
+                    uint32_t count);
 void mqConvertTo8BitPlain(uint8_t* dst, int32_t dstPitch, const uint8_t* src, int32_t srcPitch,
                           int32_t width, int32_t height, int32_t bits, const RGBQUAD* palette,
                           bool grey);
