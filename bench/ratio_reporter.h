@@ -14,20 +14,25 @@
 
 class RatioReporter : public benchmark::ConsoleReporter {
  public:
-  std::map<std::string, double> time;
+  std::map<std::string, double> time, realTime;
   RatioReporter() : ConsoleReporter(OO_None) {}
   void ReportRuns(const std::vector<Run>& runs) override {
     for (const Run& run : runs) {
       if (run.run_type != Run::RT_Iteration) continue;
       auto [at, added] = time.emplace(run.benchmark_name(), run.GetAdjustedCPUTime());
       if (!added) at->second = std::min(at->second, run.GetAdjustedCPUTime());
+      auto [real, realAdded] = realTime.emplace(run.benchmark_name(), run.GetAdjustedRealTime());
+      if (!realAdded) real->second = std::min(real->second, run.GetAdjustedRealTime());
     }
     ConsoleReporter::ReportRuns(runs);
   }
-  // `goal` 0 states no goal.
-  void ratio(const char* what, const std::string& ours, const std::string& peer, double goal = 0) {
-    if (!time.count(ours) || !time.count(peer)) return;
-    double r = time[peer] / time[ours];
+  // `goal` 0 states no goal. `wall` compares wall time instead, where work on other threads
+  // counts (the best repetition, as for CPU time).
+  void ratio(const char* what, const std::string& ours, const std::string& peer, double goal = 0,
+             bool wall = false) {
+    std::map<std::string, double>& times = wall ? realTime : time;
+    if (!times.count(ours) || !times.count(peer)) return;
+    double r = times[peer] / times[ours];
     if (goal == 0) std::printf("%-52s %6.2f\n", what, r);
     else std::printf("%-52s %6.2f  (goal %.1f: %s)\n", what, r, goal, r >= goal ? "met" : "missed");
   }

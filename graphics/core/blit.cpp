@@ -19,28 +19,51 @@ ptrdiff_t rowBytes(int32_t width, uint32_t bits) {
   return static_cast<ptrdiff_t>(((int64_t{width} * bits + 31) >> 5) << 2);
 }
 
-// The vector variants: the same operations, with whole rows done by the SSE2 rows. An opaque
-// row is a memcpy: the C library's copy moves as wide as the processor allows.
-template <class Source>
-struct VectorCopy24 : Copy24<Source> {
-  void span(uint8_t* dst, const uint8_t* src, const uint8_t*, int32_t width) const {
-    std::memcpy(dst, src, 3 * static_cast<size_t>(width));
-  }
+// The vector variants: the same operations, with whole rows done by the vector rows of `Rows`
+// (SSE2 or AVX2). An opaque row is a memcpy: the C library's copy moves as wide as the processor
+// allows. A row under a 1-bit plane copies its pixels in groups and finishes bit by bit.
+struct SSE2Rows {
+  static constexpr auto tone = toneRowSSE2;
+  static constexpr auto blend = blendRowSSE2;
+  static constexpr auto maskedCopy = maskedCopyRow24SSE2;
 };
-template <class Source>
-struct VectorTone24 : Tone24<Source> {
-  void span(uint8_t* dst, const uint8_t* src, const uint8_t*, int32_t width) const {
-    for (int32_t x = toneRowSSE2(dst, src, width, this->tables->t); x < width; ++x)
-      this->pixel(dst, src, x, 255);
-  }
+struct AVX2Rows {
+  static constexpr auto tone = toneRowAVX2;
+  static constexpr auto blend = blendRowAVX2;
+  static constexpr auto maskedCopy = maskedCopyRow24AVX2;
 };
-template <class Source>
-struct VectorBlend24 : Blend24<Source> {
-  void span(uint8_t* dst, const uint8_t* src, const uint8_t* alpha, int32_t width) const {
-    for (int32_t x = blendRowSSE2(dst, src, alpha, width, this->tables->t); x < width; ++x)
-      this->pixel(dst, src, x, alpha[x]);
-  }
+
+template <class Rows>
+struct VectorOps {
+  template <class Source>
+  struct Copy24 : blit::Copy24<Source> {
+    void span(uint8_t* dst, const uint8_t* src, const uint8_t*, int32_t width) const {
+      std::memcpy(dst, src, 3 * static_cast<size_t>(width));
+    }
+    void maskedSpan(uint8_t* dst, const uint8_t* src, const uint8_t* mask, int32_t column, int32_t width) const {
+      int32_t x = Rows::maskedCopy(dst, src, mask, column, width);
+      MaskBits bits;
+      bits.start(mask, column + x);
+      for (; x < width; ++x)
+        if (bits.take()) this->pixel(dst, src, x, 255);
+    }
+  };
+  template <class Source>
+  struct Tone24 : blit::Tone24<Source> {
+    void span(uint8_t* dst, const uint8_t* src, const uint8_t*, int32_t width) const {
+      for (int32_t x = Rows::tone(dst, src, width, this->tables->t); x < width; ++x)
+        this->pixel(dst, src, x, 255);
+    }
+  };
+  template <class Source>
+  struct Blend24 : blit::Blend24<Source> {
+    void span(uint8_t* dst, const uint8_t* src, const uint8_t* alpha, int32_t width) const {
+      for (int32_t x = Rows::blend(dst, src, alpha, width, this->tables->t); x < width; ++x)
+        this->pixel(dst, src, x, alpha[x]);
+    }
+  };
 };
+
 template <class Source>
 struct VectorCopy8 : Copy8<Source> {
   void span(uint8_t* dst, const uint8_t* src, const uint8_t*, int32_t width) const {
@@ -102,11 +125,20 @@ void mqBlit24To24Plain(const BlitJob& job) {
   drawTo24<Copy24, Tone24, Blend24>(job, PixelSource{}, TonedPixelSource{t2});
 }
 
-void mqBlit24To24SSE2(const BlitJob& job) {
+namespace {
+
+template <class Rows>
+void blit24To24Vector(const BlitJob& job) {
   uint8_t t2[256];
   mqMakeToneTable(t2, -static_cast<int32_t>(job.t));
-  drawTo24<VectorCopy24, VectorTone24, VectorBlend24>(job, PixelSource{}, TonedPixelSource{t2});
+  using Ops = VectorOps<Rows>;
+  drawTo24<Ops::template Copy24, Ops::template Tone24, Ops::template Blend24>(job, PixelSource{}, TonedPixelSource{t2});
 }
+
+}  // namespace
+
+void mqBlit24To24SSE2(const BlitJob& job) { blit24To24Vector<SSE2Rows>(job); }
+void mqBlit24To24AVX2(const BlitJob& job) { blit24To24Vector<AVX2Rows>(job); }
 
 uint32_t drawImage(const BITMAPINFO* dstInfo, uint8_t* dstPixels, const ImageInfo* zBuffer,
                    int32_t x, int32_t y, const BITMAPINFO* srcInfo, const uint8_t* srcPixels,
@@ -176,6 +208,14 @@ uint32_t mqDrawImageSSE2(const BITMAPINFO* dstInfo, uint8_t* dstPixels, const Im
                          uint32_t t, uint32_t z) {
   return drawImage(dstInfo, dstPixels, zBuffer, x, y, srcInfo, srcPixels, alpha, rect, t, z,
                    mqBlit8To8SSE2, mqBlit24To24SSE2);
+}
+
+uint32_t mqDrawImageAVX2(const BITMAPINFO* dstInfo, uint8_t* dstPixels, const ImageInfo* zBuffer,
+                         int32_t x, int32_t y, const BITMAPINFO* srcInfo,
+                         const uint8_t* srcPixels, const ImageInfo* alpha, const RECT* rect,
+                         uint32_t t, uint32_t z) {
+  return drawImage(dstInfo, dstPixels, zBuffer, x, y, srcInfo, srcPixels, alpha, rect, t, z,
+                   mqBlit8To8SSE2, mqBlit24To24AVX2);
 }
 
 // ---- Fill -------------------------------------------------------------------------------------

@@ -43,6 +43,7 @@ void mqBlit8To8Plain(const BlitJob& job);
 void mqBlit8To8SSE2(const BlitJob& job);
 void mqBlit24To24Plain(const BlitJob& job);
 void mqBlit24To24SSE2(const BlitJob& job);
+void mqBlit24To24AVX2(const BlitJob& job);
 
 // ---- Vector rows (SSE2) --------------------------------------------------------------------
 // Each gives exactly the bytes of the per-pixel operation it stands for. They work in groups of
@@ -57,6 +58,17 @@ int32_t blendRowSSE2(uint8_t* dst, const uint8_t* src, const uint8_t* alpha, int
 int32_t fillRow24SSE2(uint8_t* dst, int32_t pixels, const uint8_t colour[3]);
 // dst = (dst * t >> 8) + toned per channel; `toned` is the colour already scaled by 256 - t.
 int32_t toneFillRow24SSE2(uint8_t* dst, int32_t pixels, uint32_t t, const uint8_t toned[3]);
+// 24-bit pixels copied where their bit of the 1-bit plane `mask` is set, the first bit at
+// `column`.
+int32_t maskedCopyRow24SSE2(uint8_t* dst, const uint8_t* src, const uint8_t* mask, int32_t column,
+                            int32_t pixels);
+
+// ---- Vector rows (AVX2), where the processor has it -------------------------------------------
+int32_t toneRowAVX2(uint8_t* dst, const uint8_t* src, int32_t pixels, uint32_t t);
+int32_t blendRowAVX2(uint8_t* dst, const uint8_t* src, const uint8_t* alpha, int32_t pixels,
+                     uint32_t t);
+int32_t maskedCopyRow24AVX2(uint8_t* dst, const uint8_t* src, const uint8_t* mask, int32_t column,
+                            int32_t pixels);
 
 namespace blit {
 
@@ -100,6 +112,15 @@ class MaskBits {
   int32_t left_ = 0;
 };
 
+// 16 bits of a 1-bit plane from bit `column` of `row` on, the first in bit 15: what a vector
+// row tests at once. Reads only the bytes that hold them.
+inline uint32_t maskBits16(const uint8_t* row, int32_t column) {
+  const uint8_t* p = row + (column >> 3);
+  uint32_t bits = uint32_t{p[0]} << 16 | uint32_t{p[1]} << 8;
+  if ((column & 7) != 0) bits |= p[2];
+  return (bits >> (8 - (column & 7))) & 0xffff;
+}
+
 enum class Coverage { All, Bits, Alpha };
 
 // Walks the rows of `job` with one operation. Rows without a per-pixel test go to the
@@ -112,9 +133,12 @@ Op walk(const BlitJob& job, Op op) {
   uint8_t* depth = job.depth;
   for (int32_t row = 0; row < job.height; ++row) {
     constexpr bool kWholeRow = kCover != Coverage::Bits && !kDepth;
+    constexpr bool kMaskedRow = kCover == Coverage::Bits && !kDepth;
     if constexpr (kWholeRow && requires { op.span(dst, src, cover, job.width); }) {
       op.span(dst, src, kCover == Coverage::Alpha ? cover + job.coverColumn : nullptr,
               job.width);
+    } else if constexpr (kMaskedRow && requires { op.maskedSpan(dst, src, cover, 0, job.width); }) {
+      op.maskedSpan(dst, src, cover, job.coverColumn, job.width);
     } else {
       [[maybe_unused]] uint32_t* cells = reinterpret_cast<uint32_t*>(depth);
       [[maybe_unused]] MaskBits bits;

@@ -141,3 +141,21 @@ int32_t toneFillRow24SSE2(uint8_t* dst, int32_t pixels, uint32_t t, const uint8_
     for (int i = 0; i < 3; ++i) store(dst + 16 * i, toneOver(load(dst + 16 * i), pattern.part[i], keep));
   return x;
 }
+
+int32_t maskedCopyRow24SSE2(uint8_t* dst, const uint8_t* src, const uint8_t* mask, int32_t column,
+                            int32_t pixels) {
+  int32_t x = 0;
+  for (; x + 16 <= pixels; x += 16, dst += 48, src += 48) {
+    uint32_t bits = blit::maskBits16(mask, column + x);
+    if (bits == 0xffff) {
+      for (int i = 0; i < 48; i += 16) store(dst + i, load(src + i));
+      continue;
+    }
+    for (int k = 0; bits != 0; ++k, bits = (bits << 1) & 0xffff) {
+      if (bits & 0x8000) {
+        for (int c = 0; c < 3; ++c) dst[3 * k + c] = src[3 * k + c];
+      }
+    }
+  }
+  return x;
+}

@@ -67,6 +67,12 @@ void choose(Fn& slot, bool vector, Fn plain, Fn simd) {
   slot = vector ? simd : plain;
 }
 
+// The same for kernels with an AVX2 member, which serves where the processor has AVX2.
+template <typename Fn>
+void choose(Fn& slot, bool vector, bool wide, Fn plain, Fn simd, Fn avx2) {
+  slot = !vector ? plain : wide ? avx2 : simd;
+}
+
 // Starts the core before main, so that the record is usable from static initialisers on.
 const uint32_t coreStarted = mqStartCore(kMOLAQVersion);
 
@@ -92,12 +98,15 @@ uint32_t mqSelectInterface(MOLAQInterface* record, uint32_t flags, uint32_t rese
   // succeeds, so the floating-point decoder serves whatever the flags say.
   record->mqDecode = (active & kMOLAQIntegerDecode) ? kDecodeInteger : kDecodeFloatingPoint;
   bool vector = (active & kMOLAQNoVector) != 0;
+  // Forcing the vector variants never forces AVX2: only the processor can give it.
+  bool wide = vector && mqProcessorHasAVX2();
   choose(record->mqYCCToIndexed, vector, mqYCCToIndexedPlain, mqYCCToIndexedSSE2);
-  choose(record->mqYCCToRGB, vector, mqYCCToRGBPlain, mqYCCToRGBSSE2);
+  choose(record->mqYCCToRGB, vector, wide, mqYCCToRGBPlain, mqYCCToRGBSSE2, mqYCCToRGBAVX2);
   choose(record->mqConvertTo8Bit, vector, mqConvertTo8BitPlain, mqConvertTo8BitSSE2);
-  choose(record->mqDrawImage, vector, mqDrawImagePlain, mqDrawImageSSE2);
-  choose(record->mqInverseBlock, vector, mqInverseBlockPlain, mqInverseBlockSSE2);
-  choose(record->mqDecompressImage, vector, mqDecompressImagePlain, mqDecompressImageSSE2);
+  choose(record->mqDrawImage, vector, wide, mqDrawImagePlain, mqDrawImageSSE2, mqDrawImageAVX2);
+  choose(record->mqInverseBlock, vector, wide, mqInverseBlockPlain, mqInverseBlockSSE2, mqInverseBlockAVX2);
+  choose(record->mqDecompressImage, vector, wide, mqDecompressImagePlain, mqDecompressImageSSE2,
+         mqDecompressImageAVX2);
   choose(record->mqInverseCube, vector, mqInverseCubePlain, mqInverseCubeSSE2);
   choose(record->mqDecompressFrames, vector, mqDecompressFramesPlain, mqDecompressFramesSSE2);
   return 0;

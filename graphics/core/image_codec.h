@@ -61,6 +61,10 @@ void mqInverseBlockPlain(int32_t* dst, int32_t* src, const uint32_t* q, int32_t 
 // The vector variant: single precision, within 1 of the plain variant's results.
 void mqInverseBlockSSE2(int32_t* dst, int32_t* src, const uint32_t* q, int32_t blockSize,
                         int32_t sx, int32_t sy, double* work);
+// The AVX2 variant: the vector variant's sums with eight lanes and fused multiply-adds, within 1
+// of the plain variant's results.
+void mqInverseBlockAVX2(int32_t* dst, int32_t* src, const uint32_t* q, int32_t blockSize,
+                        int32_t sx, int32_t sy, double* work);
 // One line of the inverse transform: `count` coefficients from `src` (stride `srcStride`) onto
 // `1 << logSize` samples written at `dstStride`; logSize 3 to 8.
 void mqInverseLine(double* dst, int32_t dstStride, const double* src, int32_t srcStride,
@@ -90,6 +94,16 @@ uint32_t mqDecompressImagePlain(const ImageHeader* header, uint8_t* dst, int32_t
 uint32_t mqDecompressImageSSE2(const ImageHeader* header, uint8_t* dst, int32_t bits,
                                int32_t pitch, const void* data, int32_t scale, bool grey,
                                uint32_t tableLimit, void* tableMemory, size_t dataSize);
+uint32_t mqDecompressImageAVX2(const ImageHeader* header, uint8_t* dst, int32_t bits,
+                               int32_t pitch, const void* data, int32_t scale, bool grey,
+                               uint32_t tableLimit, void* tableMemory, size_t dataSize);
+// Decodes like mqDecompressImage with the kernels of the variant that the live record holds, on
+// two threads: the arithmetic decoding on a helper thread, the transforms and the colour
+// conversion on the caller's, one row of macroblocks behind. The same pixels as that variant.
+// Decodes on the caller's thread alone if no thread can be started.
+uint32_t mqDecompressImageTwoThreads(const ImageHeader* header, uint8_t* dst, int32_t bits,
+                                     int32_t pitch, const void* data, int32_t scale, bool grey,
+                                     uint32_t tableLimit, void* tableMemory, size_t dataSize);
 // Codes a 24-bit bitmap by the header's format, block size and curve. Coefficients other than
 // the first with magnitude at most `threshold` become 0. Gives a buffer for mqFreeImage.
 uint8_t* mqCompressImage(const ImageHeader* header, const uint8_t* pixels, int32_t pitch,

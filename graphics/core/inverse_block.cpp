@@ -162,3 +162,8 @@ void mqInverseBlockSSE2(int32_t* dst, int32_t* src, const uint32_t* q, int32_t b
                         int32_t sx, int32_t sy, double* /*work*/) {
   runInverseBlock(mqInverseBlockKernelSSE2, dst, src, q, blockSize, sx, sy);
 }
+
+void mqInverseBlockAVX2(int32_t* dst, int32_t* src, const uint32_t* q, int32_t blockSize,
+                        int32_t sx, int32_t sy, double* /*work*/) {
+  runInverseBlock(mqInverseBlockKernelAVX2, dst, src, q, blockSize, sx, sy);
+}

@@ -31,7 +31,15 @@ void mqInverseBlockKernelPlain(int32_t* dst, ptrdiff_t stride, const int32_t* co
 void mqInverseBlockKernelSSE2(int32_t* dst, ptrdiff_t stride, const int32_t* coefficients,
                               const uint32_t* q, int32_t blockSize, int32_t sx, int32_t sy,
                               BlockExtent extent);
+void mqInverseBlockKernelAVX2(int32_t* dst, ptrdiff_t stride, const int32_t* coefficients,
+                              const uint32_t* q, int32_t blockSize, int32_t sx, int32_t sy,
+                              BlockExtent extent);
 
 // cos((2i + 1) k pi / 2^(logSize + 1)) for the first half of the 2^logSize samples (i below
 // 2^(logSize - 1)) and the at most 32 coefficients k: row i holds 32 entries. logSize 1 to 8.
 const double* mqHalfBasis(int32_t logSize);
+// The same cosines in single precision for the vector kernels (logSize 3 to 8): `spread` holds
+// entry (i, k) four times at (i * 32 + k) * 4; `across` holds for each coefficient k the outputs
+// of the first half in a row, at k * half + i.
+const float* mqSpreadBasis(int32_t logSize);
+const float* mqAcrossBasis(int32_t logSize);

@@ -40,6 +40,13 @@ const VectorBases& vectorBases() {
   return bases;
 }
 
+}  // namespace
+
+const float* mqSpreadBasis(int32_t logSize) { return vectorBases().spread[logSize].data(); }
+const float* mqAcrossBasis(int32_t logSize) { return vectorBases().across[logSize].data(); }
+
+namespace {
+
 __m128i floorToInt(__m128 value) {
   __m128i truncated = _mm_cvttps_epi32(value);
   // Truncation went up for negative fractions: take one off there.

@@ -13,6 +13,13 @@ namespace {
 
 uint32_t pitchOf(int32_t width, uint32_t bits) { return static_cast<uint32_t>(dibPitch(width, bits)); }
 
+// The vector variants this processor runs: SSE2, and AVX2 where it has it.
+std::vector<DrawImageFn> vectorVariants() {
+  std::vector<DrawImageFn> variants{mqDrawImageSSE2};
+  if (mqProcessorHasAVX2()) variants.push_back(mqDrawImageAVX2);
+  return variants;
+}
+
 TestBitmap makeImage(int32_t width, int32_t height, uint16_t bits, std::mt19937& random) {
   TestBitmap image(width, height, bits);
   for (uint8_t& byte : image.pixels) byte = static_cast<uint8_t>(random());
@@ -214,8 +221,8 @@ TEST_F(BlitTest, PlainVectorAndReferenceAgreeOnRandomCases) {
                   c.t, c.z);
       });
     };
-    Outcome plain = kernel(mqDrawImagePlain), vector = kernel(mqDrawImageSSE2);
-    ASSERT_EQ(plain, vector) << "case " << n;
+    Outcome plain = kernel(mqDrawImagePlain);
+    for (DrawImageFn variant : vectorVariants()) ASSERT_EQ(plain, kernel(variant)) << "case " << n;
     // The start of a mask's dissolve is the kernel's own choice: only the variants compare.
     if (pair[0] == 1 && pair[1] == 8 && c.t > 0 && c.t < 256) continue;
     Outcome reference = runWith([&](uint8_t* pixels, const ImageInfo* z, const ImageInfo* a, const RECT* r) {
@@ -237,12 +244,40 @@ TEST_F(BlitTest, VectorBlendMatchesPlainForEveryAlphaAndTransparency) {
   Plane alpha(256, 1, 8);
   for (int a = 0; a < 256; ++a) alpha.bytes[a] = uint8_t(a);
   for (uint32_t t = 0; t < 256; ++t) {
-    std::vector<uint8_t> plain = target.pixels, vector = target.pixels;
+    std::vector<uint8_t> plain = target.pixels;
     ASSERT_EQ(mqDrawImagePlain(target.info(), plain.data(), nullptr, 0, 0, source.info(),
                                source.pixels.data(), &alpha.info, nullptr, t, 0), 0u);
-    ASSERT_EQ(mqDrawImageSSE2(target.info(), vector.data(), nullptr, 0, 0, source.info(),
-                              source.pixels.data(), &alpha.info, nullptr, t, 0), 0u);
-    ASSERT_EQ(plain, vector) << "t " << t;
+    for (DrawImageFn variant : vectorVariants()) {
+      std::vector<uint8_t> vector = target.pixels;
+      ASSERT_EQ(variant(target.info(), vector.data(), nullptr, 0, 0, source.info(),
+                        source.pixels.data(), &alpha.info, nullptr, t, 0), 0u);
+      ASSERT_EQ(plain, vector) << "t " << t;
+    }
+  }
+}
+
+// A 1-bit plane read from every bit offset: groups of 16 pixels straddle its bytes and words
+// in all ways, and the vector rows must copy exactly the pixels whose bits are set.
+TEST_F(BlitTest, VectorMaskedCopyMatchesPlainAtEveryBitOffset) {
+  std::mt19937 random(9);
+  TestBitmap source = makeImage(120, 3, 24, random), target = makeImage(90, 3, 24, random);
+  Plane mask(120, 3, 1);
+  for (size_t i = 0; i < mask.bytes.size(); ++i) {
+    uint32_t kind = random() % 3;  // whole bytes clear or set, and mixed ones
+    mask.bytes[i] = kind == 0 ? 0 : kind == 1 ? 0xff : uint8_t(random());
+  }
+  for (int32_t left = 0; left < 40; ++left) {
+    RECT rect{left, 0, left + 79 - left % 7, 2};
+    std::vector<uint8_t> plain = target.pixels;
+    ASSERT_EQ(mqDrawImagePlain(target.info(), plain.data(), nullptr, 1, 0, source.info(),
+                               source.pixels.data(), &mask.info, &rect, 0, 0), 0u);
+    ASSERT_NE(plain, target.pixels);
+    for (DrawImageFn variant : vectorVariants()) {
+      std::vector<uint8_t> vector = target.pixels;
+      ASSERT_EQ(variant(target.info(), vector.data(), nullptr, 1, 0, source.info(),
+                        source.pixels.data(), &mask.info, &rect, 0, 0), 0u);
+      ASSERT_EQ(plain, vector) << "left " << left;
+    }
   }
 }
 
@@ -381,9 +416,13 @@ TEST_P(BlitVariants, OneBitSourceDrawsItsSetBitsInPaletteEntryOne) {
   EXPECT_EQ(indexed.pixels[3], 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Variants, BlitVariants,
-                         ::testing::Values(&mqDrawImagePlain, &mqDrawImageSSE2),
+INSTANTIATE_TEST_SUITE_P(Variants, BlitVariants, ::testing::Values(&mqDrawImagePlain, &mqDrawImageSSE2),
                          [](const auto& info) { return info.index == 0 ? "plain" : "sse2"; });
+INSTANTIATE_TEST_SUITE_P(Wide, BlitVariants,
+                         ::testing::ValuesIn(mqProcessorHasAVX2() ? std::vector<DrawImageFn>{&mqDrawImageAVX2}
+                                                                  : std::vector<DrawImageFn>{}),
+                         [](const auto&) { return "avx2"; });
+GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(BlitVariants);
 
 TEST_F(BlitTest, EightBitBlitStepsTheSharedSeedTheSameInBothVariants) {
   std::mt19937 random(8);

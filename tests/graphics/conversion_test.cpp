@@ -54,6 +54,26 @@ TEST(YCCToRGBTest, VectorVariantIsWithinOneStepOfThePlainOne) {
   }
 }
 
+TEST(YCCToRGBTest, AVX2VariantGivesTheSSE2Bytes) {
+  if (!mqProcessorHasAVX2()) GTEST_SKIP() << "the processor has no AVX2";
+  std::mt19937 random(8);
+  // Beyond every clamp and saturation of the fixed-point steps, in both directions.
+  std::uniform_int_distribution<int32_t> luma(-40000, 40000), chroma(-40000, 40000), moderate(-300, 600);
+  for (uint32_t count : {1u, 15u, 16u, 17u, 47u, 1000u}) {
+    Planes p(count);
+    for (uint32_t i = 0; i < count; ++i) {
+      bool wide = random() % 4 == 0;
+      p.y[i] = wide ? luma(random) : moderate(random);
+      p.cb[i] = wide ? chroma(random) : moderate(random) / 2 - 75;
+      p.cr[i] = wide ? chroma(random) : moderate(random) / 2 - 75;
+    }
+    std::vector<uint8_t> sse2(3 * count + 3, 0x5A), avx2(3 * count + 3, 0x5A);
+    mqYCCToRGBSSE2(sse2.data(), p.y.data(), p.cb.data(), p.cr.data(), count);
+    mqYCCToRGBAVX2(avx2.data(), p.y.data(), p.cb.data(), p.cr.data(), count);
+    ASSERT_EQ(sse2, avx2) << count << " pixels";
+  }
+}
+
 // The fixed palette's brightness level of an index, and its chroma group.
 int yLevelOf(uint8_t index) { return index & 7; }
 

@@ -12,14 +12,17 @@ class DispatchTest : public ::testing::Test {
   void TearDown() override { MOLAQ_SetDefInterface(0); }
   static const MOLAQInterface& live() { return *mqGetInterface(); }
   static bool usesVector(const MOLAQInterface& r) {
-    bool vector = r.mqYCCToRGB == mqYCCToRGBSSE2;
+    bool vector = r.mqYCCToRGB != mqYCCToRGBPlain;
     EXPECT_EQ(r.mqYCCToIndexed == mqYCCToIndexedSSE2, vector) << "the variants are chosen together";
     EXPECT_EQ(r.mqConvertTo8Bit == mqConvertTo8BitSSE2, vector);
-    EXPECT_EQ(r.mqDrawImage == mqDrawImageSSE2, vector);
     EXPECT_EQ(r.mqDrawImage == mqDrawImagePlain, !vector);
-    EXPECT_EQ(r.mqInverseBlock == mqInverseBlockSSE2, vector);
+    // Where the processor has AVX2, its members stand in for the SSE2 ones, forced or not.
+    const bool wide = mqProcessorHasAVX2();
+    EXPECT_EQ(r.mqDrawImage == (wide ? mqDrawImageAVX2 : mqDrawImageSSE2), vector);
+    EXPECT_EQ(r.mqYCCToRGB == (wide ? mqYCCToRGBAVX2 : mqYCCToRGBSSE2), vector);
+    EXPECT_EQ(r.mqInverseBlock == (wide ? mqInverseBlockAVX2 : mqInverseBlockSSE2), vector);
     EXPECT_EQ(r.mqInverseBlock == mqInverseBlockPlain, !vector);
-    EXPECT_EQ(r.mqDecompressImage == mqDecompressImageSSE2, vector);
+    EXPECT_EQ(r.mqDecompressImage == (wide ? mqDecompressImageAVX2 : mqDecompressImageSSE2), vector);
     EXPECT_EQ(r.mqDecompressImage == mqDecompressImagePlain, !vector);
     EXPECT_EQ(r.plainInverseBlock, &mqInverseBlockPlain) << "the unused slot keeps the plain transform";
     EXPECT_EQ(r.mqInverseCube == mqInverseCubeSSE2, vector);

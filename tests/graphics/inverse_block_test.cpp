@@ -116,7 +116,14 @@ TEST(InverseBlock, ThePlainVariantRoundsTheFormulaOnEveryGrid) {
   EXPECT_LT(ties * 1000, compared) << "ties are rare";
 }
 
-TEST(InverseBlock, TheVectorVariantStaysWithinOneOfThePlain) {
+// The vector variants this processor runs: SSE2, and AVX2 where it has it.
+std::vector<decltype(&mqInverseBlockPlain)> vectorVariants() {
+  std::vector<decltype(&mqInverseBlockPlain)> variants{mqInverseBlockSSE2};
+  if (mqProcessorHasAVX2()) variants.push_back(mqInverseBlockAVX2);
+  return variants;
+}
+
+TEST(InverseBlock, TheVectorVariantsStayWithinOneOfThePlain) {
   std::mt19937 random(12);
   uint32_t q[32];
   size_t samples = 0, differing = 0;
@@ -127,17 +134,19 @@ TEST(InverseBlock, TheVectorVariantStaysWithinOneOfThePlain) {
     for (uint32_t count : {1u, 3u, 10u, uint32_t(g.n() * g.n())}) {
       std::vector<int32_t> block = coefficients(g, count, 12, random);
       block[0] = int32_t(random() % 4000) - 2000;
-      std::vector<int32_t> plain = transformed(mqInverseBlockPlain, g, block, q);
-      std::vector<int32_t> vector = transformed(mqInverseBlockSSE2, g, block, q);
-      for (size_t i = 0; i < plain.size(); ++i) {
-        ASSERT_LE(std::abs(plain[i] - vector[i]), 1) << g.blockSize << " " << g.sx << " " << g.sy << " at " << i;
-        differing += plain[i] != vector[i];
-      }
-      samples += plain.size();
       std::vector<int32_t> unscaled = coefficients(g, count, 100, random);
-      plain = transformed(mqInverseBlockPlain, g, unscaled, nullptr);
-      vector = transformed(mqInverseBlockSSE2, g, unscaled, nullptr);
-      for (size_t i = 0; i < plain.size(); ++i) ASSERT_LE(std::abs(plain[i] - vector[i]), 1) << i;
+      std::vector<int32_t> plain = transformed(mqInverseBlockPlain, g, block, q);
+      std::vector<int32_t> plainUnscaled = transformed(mqInverseBlockPlain, g, unscaled, nullptr);
+      for (auto variant : vectorVariants()) {
+        std::vector<int32_t> vector = transformed(variant, g, block, q);
+        for (size_t i = 0; i < plain.size(); ++i) {
+          ASSERT_LE(std::abs(plain[i] - vector[i]), 1) << g.blockSize << " " << g.sx << " " << g.sy << " at " << i;
+          differing += plain[i] != vector[i];
+        }
+        samples += plain.size();
+        vector = transformed(variant, g, unscaled, nullptr);
+        for (size_t i = 0; i < plain.size(); ++i) ASSERT_LE(std::abs(plainUnscaled[i] - vector[i]), 1) << i;
+      }
     }
   }
   EXPECT_LT(differing * 100, samples) << "most samples agree exactly";
@@ -155,7 +164,9 @@ TEST(InverseBlock, BlocksWithFewCoefficientsGiveWhatTheFullTransformGives) {
       for (int32_t v = 0; v < n; ++v)
         for (int32_t u = 0; u < n; ++u) natural[v * n + u] = block[v * g.w() + u];
       BlockExtent extent = mqScanExtent(n, count);
-      for (InverseBlockKernel kernel : {mqInverseBlockKernelPlain, mqInverseBlockKernelSSE2}) {
+      std::vector<InverseBlockKernel> kernels{mqInverseBlockKernelPlain, mqInverseBlockKernelSSE2};
+      if (mqProcessorHasAVX2()) kernels.push_back(mqInverseBlockKernelAVX2);
+      for (InverseBlockKernel kernel : kernels) {
         std::vector<int32_t> shortcut(size_t(g.w()) * g.h(), -7), full(shortcut.size(), -7);
         kernel(shortcut.data(), g.w(), natural.data(), q, g.blockSize, g.sx, g.sy, extent);
         kernel(full.data(), g.w(), natural.data(), q, g.blockSize, g.sx, g.sy, {n, n});
@@ -165,7 +176,9 @@ TEST(InverseBlock, BlocksWithFewCoefficientsGiveWhatTheFullTransformGives) {
     // A block of only the first coefficient is flat: its value, scaled.
     std::vector<int32_t> dc(size_t(g.w()) * g.h(), 0);
     dc[0] = 37;
-    for (auto variant : {mqInverseBlockPlain, mqInverseBlockSSE2}) {
+    std::vector<decltype(&mqInverseBlockPlain)> variants = vectorVariants();
+    variants.push_back(mqInverseBlockPlain);
+    for (auto variant : variants) {
       std::vector<int32_t> flat = transformed(variant, g, dc, q);
       EXPECT_EQ(flat.front(), int32_t(std::ldexp(37.0, int(2 * q[0]) - 14)));
       EXPECT_EQ(flat.back(), flat.front());

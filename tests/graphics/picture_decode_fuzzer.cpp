@@ -41,7 +41,11 @@ void decodePicture(const uint8_t* data, size_t size, uint32_t control) {
   bool grey = (control & 8) != 0;
   int32_t pitch = int32_t(((header.width << scale) * bits + 31) / 32 * 4);
   std::vector<uint8_t> out(size_t(pitch) * (header.height << scale));
-  auto decompress = (control & 16) ? mqDecompressImagePlain : mqDecompressImageSSE2;
+  // The variants, the AVX2 one where the processor has it, and the two-thread decoder.
+  decltype(&mqDecompressImagePlain) variants[4] = {mqDecompressImagePlain, mqDecompressImageSSE2,
+                                                   mqProcessorHasAVX2() ? mqDecompressImageAVX2 : mqDecompressImageSSE2,
+                                                   mqDecompressImageTwoThreads};
+  auto decompress = variants[(control >> 4) & 3];
   decompress(&header, out.data(), bits, pitch, data + sizeof header, scale, grey, kMQTableLimit,
              nullptr, size - sizeof header);
 }
