@@ -90,13 +90,7 @@ CDbgMDIFrm::~CDbgMDIFrm() {
 
 bool CDbgMDIFrm::Create() {
   os::initCommonControls();
-  WNDCLASSW windowClass{};
-  windowClass.lpfnWndProc = &CDbgMDIFrm::Procedure;
-  windowClass.hInstance = GetModuleHandleW(nullptr);
-  windowClass.hCursor = LoadCursorW(nullptr, reinterpret_cast<LPCWSTR>(IDC_ARROW));
-  windowClass.hbrBackground = reinterpret_cast<HBRUSH>(COLOR_APPWORKSPACE + 1);
-  windowClass.lpszClassName = kFrameClass;
-  RegisterClassW(&windowClass);
+  registerDebugClass(kFrameClass, &CDbgMDIFrm::Procedure, COLOR_APPWORKSPACE);
   WindowState state = WindowState::Read(kFrameSection);
   RECT rect = state.placed ? state.rect : RECT{CW_USEDEFAULT, CW_USEDEFAULT, 0, 0};
   int width = state.placed ? rect.right - rect.left : 900, height = state.placed ? rect.bottom - rect.top : 720;

@@ -91,15 +91,17 @@ DebugPane::~DebugPane() {
   DeleteObject(font_);
 }
 
-void DebugPane::RegisterClass() {
+void registerDebugClass(const wchar_t* name, WNDPROC procedure, int background) {
   WNDCLASSW windowClass{};
-  windowClass.lpfnWndProc = &DebugPane::Procedure;
+  windowClass.lpfnWndProc = procedure;
   windowClass.hInstance = GetModuleHandleW(nullptr);
   windowClass.hCursor = LoadCursorW(nullptr, reinterpret_cast<LPCWSTR>(IDC_ARROW));
-  windowClass.hbrBackground = reinterpret_cast<HBRUSH>(COLOR_WINDOW + 1);
-  windowClass.lpszClassName = kPaneClass;
+  windowClass.hbrBackground = reinterpret_cast<HBRUSH>(INT_PTR(background + 1));
+  windowClass.lpszClassName = name;
   RegisterClassW(&windowClass);
 }
+
+void DebugPane::RegisterClass() { registerDebugClass(kPaneClass, &DebugPane::Procedure, COLOR_WINDOW); }
 
 bool DebugPane::Create(HWND mdiClient, const RECT& first) {
   bool visible = look_.section ? WindowState::Read(look_.section).visible : true;

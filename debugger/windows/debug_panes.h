@@ -24,6 +24,9 @@ struct WindowState {
   static void Write(const char* section, HWND window, bool visible);
 };
 
+// Registers a window class of the debugger: arrow cursor, `background` a system colour.
+void registerDebugClass(const wchar_t* name, WNDPROC procedure, int background);
+
 // Shift-JIS text through the wide functions.
 void drawText(HDC dc, int x, int y, const std::string& text);
 std::string windowText(HWND window);

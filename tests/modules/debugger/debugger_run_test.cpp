@@ -13,6 +13,7 @@
 
 namespace {
 
+constexpr UINT kVariables = 0x8004;
 constexpr UINT kStop = 0x8005;
 constexpr UINT kForceEnd = 0x8007;
 constexpr UINT kStopList = 0x8008;
@@ -44,6 +45,11 @@ HWND debugChild(const std::wstring& title) {
     if (shown.size() >= title.size() && shown.compare(shown.size() - title.size(), title.size(), title) == 0) return child;
   }
   return nullptr;
+}
+
+// The debug frame, once its last pane stands.
+HWND waitForDebugger() {
+  return waitForWindow([] { return debugChild(L"メモリ") ? debugFrame() : nullptr; });
 }
 
 HWND dialogTitled(const wchar_t* title) { return FindWindowW(L"#32770", title); }
@@ -100,10 +106,17 @@ TEST_F(DebuggerRunTest, DrtNamesTheRecord) {
 TEST_F(DebuggerRunTest, AProcedureOnTheStopListStopsTheModuleUntilRun) {
   CopyModule();
   std::future<Outcome> host = StartDebugHost("stop");
-  HWND frame = waitForWindow(debugFrame);
+  HWND frame = waitForDebugger();
   ASSERT_NE(frame, nullptr) << "no debug frame";
   for (const wchar_t* title : {L"関数呼び出し履歴(過去256回)", L"変数", L"レジスタ", L"スタック", L"メモリ"})
     EXPECT_NE(debugChild(title), nullptr) << "pane " << testing::PrintToString(std::wstring(title));
+
+  HWND variables = debugChild(L"変数");
+  ASSERT_NE(variables, nullptr);
+  SendMessageW(frame, WM_COMMAND, kVariables, 0);
+  EXPECT_FALSE(IsWindowVisible(variables)) << "the command hides a visible pane";
+  SendMessageW(frame, WM_COMMAND, kVariables, 0);
+  EXPECT_TRUE(IsWindowVisible(variables)) << "and shows a hidden one";
 
   PostMessageW(frame, WM_COMMAND, kStopList, 0);
   HWND stopList = waitForWindow([] { return dialogTitled(L"ﾌﾞﾚｲｸﾎﾟｲﾝﾄ設定"); });
@@ -132,7 +145,7 @@ TEST_F(DebuggerRunTest, AProcedureOnTheStopListStopsTheModuleUntilRun) {
 TEST_F(DebuggerRunTest, ForceEndEndsTheStoppedModule) {
   CopyModule();
   std::future<Outcome> host = StartDebugHost("spin");
-  HWND frame = waitForWindow(debugFrame);
+  HWND frame = waitForDebugger();
   ASSERT_NE(frame, nullptr);
   PostMessageW(frame, WM_COMMAND, kStop, 0);
   PostMessageW(frame, WM_COMMAND, kForceEnd, 0);
@@ -146,7 +159,7 @@ TEST_F(DebuggerRunTest, ForceEndEndsTheStoppedModule) {
 TEST_F(DebuggerRunTest, ClosingTheFrameLetsTheModuleRunOnWithoutTheDebugger) {
   CopyModule();
   std::future<Outcome> host = StartDebugHost("spin");
-  HWND frame = waitForWindow(debugFrame);
+  HWND frame = waitForDebugger();
   ASSERT_NE(frame, nullptr);
   PostMessageW(frame, WM_CLOSE, 0, 0);
   Outcome outcome = host.get();
