@@ -175,13 +175,14 @@ void CDbgMDIFrm::OnCommand(UINT command) {
       if (session) runner.Run();
       return;
     case kCommandStop:
-      if (session && debugger_.StopModule(filterStop_)) panes_[1]->Invalidate();
+      if (session && debugger_.StopModule(fromFilter_)) panes_[1]->Invalidate();
       return;
     case kCommandForceEnd: {
       OnCommand(kCommandStop);
       CMainFrame* main = CMainFrame::Current();
-      if (session && main && main->GetSafeHwnd()) PostMessageW(main->GetSafeHwnd(), WM_QUIT, 0, 0);
-      debugger_.Quit();
+      bool mainWindow = main && main->GetSafeHwnd();
+      if (session && mainWindow) PostMessageW(main->GetSafeHwnd(), WM_QUIT, 0, 0);
+      debugger_.Quit(!mainWindow);
       return;
     }
     case kCommandStopList:
@@ -289,12 +290,14 @@ void CDbgMDIFrm::ShowSourceOf(const std::string& procedure) {
 
 void CDbgMDIFrm::ShowStop(const char* text) { os::messageBox(text, kStopCaption, MB_OK); }
 
-void CDbgMDIFrm::Stop() {
-  filterStop_ = true;
-  SendMessageW(window_, WM_COMMAND, kCommandStop, 0);
-  filterStop_ = false;
+void CDbgMDIFrm::SendFromFilter(UINT command) {
+  fromFilter_ = true;
+  SendMessageW(window_, WM_COMMAND, command, 0);
+  fromFilter_ = false;
 }
+
+void CDbgMDIFrm::Stop() { SendFromFilter(kCommandStop); }
 
 void CDbgMDIFrm::WaitForRun() { debugger_.WaitForRun(); }
 
-void CDbgMDIFrm::ForceEnd() { SendMessageW(window_, WM_COMMAND, kCommandForceEnd, 0); }
+void CDbgMDIFrm::ForceEnd() { SendFromFilter(kCommandForceEnd); }

@@ -66,5 +66,7 @@ class CDbgMDIFrm : public DebugFrame {
   // Call history, variables, registers, stack, memory.
   std::array<std::unique_ptr<DebugPane>, 5> panes_;
   std::unique_ptr<CTextViewer> source_;
-  std::atomic<bool> filterStop_{false};  // the Stop command comes from the filter, which holds its lock
+  // The command comes from the filter, which holds its lock.
+  std::atomic<bool> fromFilter_{false};
+  void SendFromFilter(UINT command);
 };

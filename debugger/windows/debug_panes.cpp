@@ -87,7 +87,10 @@ DebugPane::DebugPane(CZPKDebugSession& session, const Look& look)
                         DEFAULT_QUALITY, FIXED_PITCH, L"System")) {}
 
 DebugPane::~DebugPane() {
-  if (window_ && IsWindow(window_)) DestroyWindow(window_);
+  if (window_ && IsWindow(window_)) {
+    SetWindowLongPtrW(window_, GWLP_USERDATA, 0);  // its last messages find no pane
+    DestroyWindow(window_);
+  }
   DeleteObject(font_);
 }
 

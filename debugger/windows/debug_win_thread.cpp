@@ -55,6 +55,7 @@ bool CDebugWinThread::Start(CZPKModule& module, const std::string& recordPath) {
   if (!drt::loadDebugRecord(recordPath.c_str(), tables, &record)) return false;
   session_ = std::make_unique<CZPKDebugSession>(std::move(record), module.GetImageBase());
   imageAddress_ = uint32_t(reinterpret_cast<uintptr_t>(module.GetImageBase()));
+  hostThreadId_ = GetCurrentThreadId();
   theDebugger = this;
   thread_ = os::startThread(&CDebugWinThread::ThreadEntry, this, THREAD_PRIORITY_NORMAL, 0);
   if (thread_) os::waitEvent(ready_);
@@ -63,7 +64,6 @@ bool CDebugWinThread::Start(CZPKModule& module, const std::string& recordPath) {
     session_.reset();
     return false;
   }
-  threadId_ = os::threadId(thread_);
   return true;
 }
 
@@ -87,8 +87,9 @@ void CDebugWinThread::WaitForRun() {
   lock_.lock();
 }
 
-void CDebugWinThread::Quit() {
+void CDebugWinThread::Quit(bool endProcess) {
   forceEnded_ = true;
+  endProcess_ = endProcess;
   frameUp_ = false;
   PostQuitMessage(-1);
 }
@@ -147,20 +148,30 @@ bool CDebugWinThread::StopModule(bool fromFilter) {
 
 void CDebugWinThread::ExitInstance() {
   frameUp_ = false;
-  if (!LockAnswering()) {
+  // After Force end every thread of the module stays stopped, a thread stopped inside the
+  // filter too: none of them touches the session again.
+  bool locked = forceEnded_ ? lock_.tryLock() : LockAnswering();
+  if (!locked && !forceEnded_) {
     // A thread stopped inside the filter keeps it: the session stays as it is.
     (void)frame_.release();
     return;
   }
   filter_.reset();
   session_.reset();  // the original bytes go back
-  lock_.unlock();
+  if (locked) lock_.unlock();
   frame_.reset();
   if (!forceEnded_) runner_.Run();  // a stopped module runs on without the debugger
+  if (endProcess_) {
+    os::debugOutput("runa1: force end before the module's window stood: the process ends\n");
+    os::exitProcess(0);
+  }
 }
 
+// The module's hooks run on the host's main thread too: it is no thread of the module, and a
+// Stop leaves it running, so that the host can still end.
 void CDebugWinThread::NoteThread() {
   uint32_t id = GetCurrentThreadId();
+  if (id == hostThreadId_) return;
   size_t count = threadCount_.load();
   for (size_t i = 0; i < count; ++i)
     if (threadIds_[i] == id) return;

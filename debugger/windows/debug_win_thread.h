@@ -46,8 +46,9 @@ class CDebugWinThread : public ModuleDebugger {
   // ends too when the session does.
   void WaitForRun();
   // Force end: the frame is gone for the filter, and the debug thread ends; the module stays
-  // stopped, for the host's own end.
-  void Quit();
+  // stopped, for the host's own end. Before the module's window stands nothing waits for a
+  // quit: with `endProcess` the process ends once the session has.
+  void Quit(bool endProcess);
 
  private:
   static uint32_t ThreadEntry(void* self);
@@ -69,9 +70,10 @@ class CDebugWinThread : public ModuleDebugger {
   std::unique_ptr<CDbgMDIFrm> frame_;
   std::atomic<bool> frameUp_{false};
   bool forceEnded_ = false;
+  bool endProcess_ = false;
   os::EventHandle ready_;
   os::Thread* thread_ = nullptr;
-  uint32_t threadId_ = 0;
+  uint32_t hostThreadId_ = 0;  // the thread that started the session
   Win32ThreadControl control_;
   RunControl runner_{control_};
   // Threads join under the filter's lock only; the frame reads them without a lock, since a

@@ -6,6 +6,7 @@
  *   "stop"     waits for go.txt, then calls Watched (which the test puts on the stop list);
  *   "spin"     stands up its window and calls Spin until the debug frame is gone, then checks
  *              that its entries hold their own bytes again;
+ *   "trap"     stands up its window and executes a breakpoint that no procedure owns;
  *   "plain"    checks that no debugger runs: no debug frame, no breakpoint at an entry.
  * The finaliser checks the entries once more and calls the procedures on them. */
 #include <windows.h>
@@ -131,9 +132,13 @@ static void stopAtWatched(void) {
   report("watched", Watched(2) == 42);
 }
 
-static void spinUntilAlone(void) {
+static void standUpWindow(void) {
   RECT rect = {700, 560, 1000, 760};
   report("window", InitializeMainWindow("Debuggee", WS_CAPTION | WS_SYSMENU, 0, &rect) == 0);
+}
+
+static void spinUntilAlone(void) {
+  standUpWindow();
   report("spinning", breakpointsAtEntries());
   for (int i = 0; i < 3000 && debugFrame(); ++i) {
     Spin();
@@ -142,6 +147,12 @@ static void spinUntilAlone(void) {
   report("frame-gone", debugFrame() == NULL);
   report("entries-own", entriesAreOwn());
   report("calls-run", Alpha(4) == 13 && Beta(1) == 6 && Gamma(0x50) == 5 && Watched(2) == 42);
+}
+
+static void trap(void) {
+  standUpWindow();
+  __asm__ volatile("int3");
+  report("after-trap", 1);
 }
 
 void ModuleInit(void) {
@@ -162,6 +173,7 @@ uint32_t __stdcall StartingProc(ZPKMODULE module) {
   if (named(scenario, "history")) checkHistory();
   else if (named(scenario, "stop")) stopAtWatched();
   else if (named(scenario, "spin")) spinUntilAlone();
+  else if (named(scenario, "trap")) trap();
   else if (named(scenario, "plain")) {
     report("no-frame", debugFrame() == NULL);
     report("entries-own", entriesAreOwn());

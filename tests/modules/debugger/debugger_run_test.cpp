@@ -52,6 +52,20 @@ HWND waitForDebugger() {
   return waitForWindow([] { return debugChild(L"メモリ") ? debugFrame() : nullptr; });
 }
 
+// The module runs once its window stands: its thread has met the debugger.
+void waitForTheModulesWindow() {
+  ASSERT_NE(waitForWindow([] { return FindWindowW(nullptr, L"Debuggee"); }), nullptr);
+  Sleep(300);
+}
+
+// A number of the host's profile, as the debugger keeps its window state; false when missing.
+constexpr wchar_t kProfile[] = L"Software\\Orvik Soft\\runa1\\";
+bool profileNumber(const std::wstring& section, const wchar_t* entry, DWORD* value) {
+  DWORD bytes = sizeof *value;
+  return RegGetValueW(HKEY_CURRENT_USER, (kProfile + section).c_str(), entry, RRF_RT_DWORD, nullptr, value, &bytes) ==
+         ERROR_SUCCESS;
+}
+
 HWND dialogTitled(const wchar_t* title) { return FindWindowW(L"#32770", title); }
 
 void click(HWND dialog, int button) { PostMessageW(dialog, WM_COMMAND, MAKEWPARAM(button, BN_CLICKED), 0); }
@@ -147,6 +161,7 @@ TEST_F(DebuggerRunTest, ForceEndEndsTheStoppedModule) {
   std::future<Outcome> host = StartDebugHost("spin");
   HWND frame = waitForDebugger();
   ASSERT_NE(frame, nullptr);
+  waitForTheModulesWindow();
   PostMessageW(frame, WM_COMMAND, kStop, 0);
   PostMessageW(frame, WM_COMMAND, kForceEnd, 0);
   ASSERT_EQ(host.wait_for(std::chrono::seconds(60)), std::future_status::ready) << "Force end ends the host";
@@ -156,17 +171,64 @@ TEST_F(DebuggerRunTest, ForceEndEndsTheStoppedModule) {
   EXPECT_EQ(log.find("end\n"), std::string::npos) << "StartingProc never returned: " << log;
 }
 
+TEST_F(DebuggerRunTest, ForceEndBeforeTheModulesWindowEndsTheProcess) {
+  CopyModule();
+  std::future<Outcome> host = StartDebugHost("stop");
+  HWND frame = waitForDebugger();
+  ASSERT_NE(frame, nullptr);
+  Sleep(500);  // the module waits for go.txt, which never comes
+  PostMessageW(frame, WM_COMMAND, kForceEnd, 0);
+  ASSERT_EQ(host.wait_for(std::chrono::seconds(60)), std::future_status::ready) << "Force end ends the host";
+  Outcome outcome = host.get();
+  std::string log = Log();
+  EXPECT_EQ(outcome.exitCode, 0u) << outcome.diagnostics;
+  EXPECT_NE(log.find("ok waiting\n"), std::string::npos) << log;
+  EXPECT_EQ(log.find("go"), std::string::npos) << log;
+  EXPECT_NE(outcome.diagnostics.find("force end before the module's window"), std::string::npos) << outcome.diagnostics;
+}
+
+TEST_F(DebuggerRunTest, ABreakpointThatNoProcedureOwnsStopsAndEndsTheSession) {
+  CopyModule();
+  std::future<Outcome> host = StartDebugHost("trap");
+  HWND frame = waitForDebugger();
+  ASSERT_NE(frame, nullptr);
+  // Run does nothing until the stop has come; after it, the session ends with the host.
+  for (int turn = 0; turn < 300 && host.wait_for(std::chrono::milliseconds(100)) != std::future_status::ready; ++turn)
+    PostMessageW(frame, WM_COMMAND, kRun, 0);
+  ASSERT_EQ(host.wait_for(std::chrono::seconds(30)), std::future_status::ready);
+  Outcome outcome = host.get();
+  std::string log = Log();
+  expectAllPassed(log, outcome, {"window", "fini-entries-own", "fini-calls-run"});
+  EXPECT_NE(outcome.diagnostics.find("\"停止\": 外部関数で停止しました。"), std::string::npos) << outcome.diagnostics;
+  EXPECT_EQ(log.find("after-trap"), std::string::npos) << log;
+}
+
 TEST_F(DebuggerRunTest, ClosingTheFrameLetsTheModuleRunOnWithoutTheDebugger) {
   CopyModule();
+  RegDeleteKeyW(HKEY_CURRENT_USER, (std::wstring(kProfile) + L"MDI Frame Window").c_str());
   std::future<Outcome> host = StartDebugHost("spin");
   HWND frame = waitForDebugger();
   ASSERT_NE(frame, nullptr);
+  waitForTheModulesWindow();
   PostMessageW(frame, WM_CLOSE, 0, 0);
   Outcome outcome = host.get();
   expectAllPassed(Log(), outcome, {"spinning", "frame-gone", "entries-own", "calls-run", "fini-entries-own"});
   EXPECT_NE(outcome.diagnostics.find("\"強制終了\": Z.P.K.プログラムが終了していません。強制終了しますか？"),
             std::string::npos)
       << outcome.diagnostics;
+
+  // The close kept the windows' places.
+  DWORD left, top, right, bottom, zoom, visible;
+  ASSERT_TRUE(profileNumber(L"MDI Frame Window", L"Left", &left) && profileNumber(L"MDI Frame Window", L"Top", &top) &&
+              profileNumber(L"MDI Frame Window", L"Right", &right) &&
+              profileNumber(L"MDI Frame Window", L"Bottom", &bottom) &&
+              profileNumber(L"MDI Frame Window", L"Zoom", &zoom));
+  EXPECT_GT(LONG(right), LONG(left));
+  EXPECT_GT(LONG(bottom), LONG(top));
+  EXPECT_EQ(zoom, 0u);
+  ASSERT_TRUE(profileNumber(L"関数呼び出し履歴ウィンドウ", L"Visible", &visible));
+  EXPECT_EQ(visible, 1u);
+  EXPECT_TRUE(profileNumber(L"メモリウィンドウ", L"Address", &visible));
 }
 
 TEST_F(DebuggerRunTest, TheReleaseHostShowsNoDebugger) {
