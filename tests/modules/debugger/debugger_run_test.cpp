@@ -143,7 +143,7 @@ TEST_F(DebuggerRunTest, AProcedureOnTheStopListStopsTheModuleUntilRun) {
   click(stopList, IDOK);
   work.write("go.txt", "go");
 
-  HWND source = waitForWindow([] { return debugChild(L"debuggee.c"); });
+  HWND source = waitForWindow([] { return debugChild(L"debuggee_module.c"); });
   EXPECT_NE(source, nullptr) << "the source text opens at the stop";
   EXPECT_EQ(host.wait_for(std::chrono::seconds(2)), std::future_status::timeout) << "the module waits at Watched";
   PostMessageW(frame, WM_COMMAND, kRun, 0);
