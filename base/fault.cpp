@@ -1,6 +1,7 @@
 #include "base/fault.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -120,6 +121,7 @@ struct ResumedFault {
   int rounds;
 };
 thread_local ResumedFault lastResumed{0, 0, 0};
+std::atomic<VkDebugFilter> debugFilter{nullptr};
 
 // One fault's report: its box, the log behind Yes, and the outcome of No.
 struct Report {
@@ -339,7 +341,11 @@ FaultOutcome vkAnswerException(EXCEPTION_POINTERS* pointers) {
   return answerGeneralReport(code, context);
 }
 
+void vkSetDebugFilter(VkDebugFilter filter) { debugFilter.store(filter); }
+
 LONG WINAPI vkFilterException(EXCEPTION_POINTERS* pointers) {
+  VkDebugFilter debugger = debugFilter.load();
+  if (debugger && debugger(pointers) == kContinueExecution) return kContinueExecution;
   switch (vkAnswerException(pointers)) {
     case FaultOutcome::Resume: return kContinueExecution;
     case FaultOutcome::End: os::exitProcess(kEndCode);

@@ -41,3 +41,9 @@ FaultOutcome vkAnswerException(EXCEPTION_POINTERS* pointers);
 // person at the screen (RUNA1_AUTO_ANSWER) an exception passed on ends the process with its
 // code as well, so that no crash handler of the system waits for one.
 LONG WINAPI vkFilterException(EXCEPTION_POINTERS* pointers);
+
+// The module debugger's filter, asked first by vkFilterException while a debug session runs:
+// -1 resumes, anything else leaves the exception to the dialogs. Null: none. Kept apart from
+// the process's filter, which every thread attach installs again.
+using VkDebugFilter = LONG(WINAPI*)(EXCEPTION_POINTERS* pointers);
+void vkSetDebugFilter(VkDebugFilter filter);

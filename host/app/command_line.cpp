@@ -49,13 +49,23 @@ void takeModuleName(CommandLine* line, const std::string& name) {
   else line->debugLines.push_back(std::string(zpk_text::kSecondModuleName) + "\n");
 }
 
-void dispatchSwitch(StringStream& stream, CommandLine* line) {
+// One character after the switch's name, whatever it is: '=', ':' and a blank serve alike.
+std::string switchValue(StringStream& stream) {
+  stream.GetChar();
+  return value(stream);
+}
+
+void dispatchSwitch(StringStream& stream, CommandLine* line, bool debugConfiguration) {
   std::string name = textOf(stream.GetString(true));
-  if (sameName(name, "DEBUG") || sameName(name, "DRT")) {
+  bool debug = sameName(name, "DEBUG"), record = sameName(name, "DRT");
+  if ((debug || record) && !debugConfiguration) {
     line->debugLines.push_back(std::string(zpk_text::kDebugInRelease) + "\n");
+  } else if (debug) {
+    line->debug = true;
+  } else if (record) {
+    line->debugRecord = switchValue(stream);
   } else if (sameName(name, "BASEDIR")) {
-    stream.GetChar();  // one character, whatever it is: '=', ':' and a blank serve alike
-    line->baseDirectory = value(stream);
+    line->baseDirectory = switchValue(stream);
     line->baseDirectoryGiven = !line->baseDirectory.empty();
   } else {
     line->debugLines.push_back(std::string(zpk_text::kBadSwitch) + name + "\n");
@@ -64,7 +74,7 @@ void dispatchSwitch(StringStream& stream, CommandLine* line) {
 
 }  // namespace
 
-CommandLine scanCommandLine(const std::string& text) {
+CommandLine scanCommandLine(const std::string& text, bool debugConfiguration) {
   CommandLine line;
   std::unique_ptr<StringStream> stream(StringStream::Create(text.c_str(), static_cast<int32_t>(text.size())));
   while (!stream->IsOverflowIndex()) {
@@ -72,7 +82,7 @@ CommandLine scanCommandLine(const std::string& text) {
     int32_t start = stream->GetIndex();
     uint32_t first = stream->GetChar();
     if (first == '-' || first == '/') {
-      dispatchSwitch(*stream, &line);
+      dispatchSwitch(*stream, &line, debugConfiguration);
     } else if (first == kQuote) {
       takeModuleName(&line, textOf(stream->GetEnclosedString(kQuote, kQuote)));
     } else {

@@ -28,7 +28,7 @@ std::string debugRecordFileNameOf(const std::string& modulePath, const std::stri
   return moduleDirectory + title + ".drt";
 }
 
-CZPKApp::CZPKApp() {
+CZPKApp::CZPKApp(ModuleDebugger* debugger) : debugger_(debugger) {
   vkInitialize(VK_LIBRARY_VERSION);
   traceFromEnvironment();
   StartHandshake::SetCurrent(&handshake_);
@@ -45,12 +45,13 @@ bool CZPKApp::InitInstance(const os::SystemText& commandLine) {
   debugFlag_ = 0;
   baseDirectoryGiven_ = false;
   refusedCommandLine_ = commandLine.complete ? std::string() : commandLine.text;
-  CommandLine line = scanCommandLine(commandLine.complete ? commandLine.text : std::string());
+  CommandLine line = scanCommandLine(commandLine.complete ? commandLine.text : std::string(), debugger_ != nullptr);
   for (const std::string& text : line.debugLines) os::debugOutput(text.c_str());
+  debugFlag_ = line.debug ? 1 : 0;
   moduleFileName_ = line.moduleName;
   baseDirectory_ = line.baseDirectory;
   baseDirectoryGiven_ = line.baseDirectoryGiven;
-  debugRecordFileName_.clear();
+  debugRecordFileName_ = line.debugRecord;
   return true;
 }
 
@@ -59,6 +60,11 @@ int CZPKApp::RefuseText(const char* what, const std::string& shown) {
   std::string text = std::string(what) + "\x81\x75" + shown + "\x81\x76" + zpk_text::kNotShiftJis;  // 「」
   os::messageBox(text.c_str(), zpk_text::kLoaderCaption, MB_ICONEXCLAMATION);
   return 1;
+}
+
+// The session ends before the finaliser runs, so that it runs on the module's own bytes.
+void CZPKApp::EndDebugging() {
+  if (debugger_) debugger_->End();
 }
 
 int CZPKApp::Run() {
@@ -76,6 +82,8 @@ int CZPKApp::Run() {
   if (debugRecordFileName_.empty())
     debugRecordFileName_ = debugRecordFileNameOf(module_.GetPath(), module_.GetBaseDirectory());
   setMidiSoundFontFolder(directoryOf(module_.GetPath()));
+  // The record's name is taken as the command line gave it, before BASEDIR moves elsewhere.
+  bool debugging = debugFlag_ && debugger_ && debugger_->Start(module_, debugRecordFileName_);
 
   if (baseDirectoryGiven_) {
     // A directory that cannot be entered is not reported: the working directory stays.
@@ -97,6 +105,7 @@ int CZPKApp::Run() {
     os::WindowSystem& windows = os::windowSystem();
     windows.setPriorityClass(NORMAL_PRIORITY_CLASS);
     auto moduleThread = std::make_unique<CZPKThread>(&module_);
+    if (debugging) moduleThread->SetDebugFilter(debugger_->Filter());
     // A module thread that ends without asking for a window, by return or by ExitThread, ends
     // the host at once: the display comes back, then the finaliser runs below.
     if (moduleThread->Start() && handshake_.WaitForRequest(windows, moduleThread->Handle())) {
@@ -110,12 +119,14 @@ int CZPKApp::Run() {
       theMixingService().Close();  // the module's sounds end before its window and finaliser
       frame.reset();
       moduleThread.reset();
+      EndDebugging();
       module_.Delete();  // the finaliser runs on this thread, before the display comes back
     }
   }
   // A module that never asked for a window: its sounds end before its finaliser runs.
   endMidiSynth();
   theMixingService().Close();
+  EndDebugging();
   module_.Delete();  // does nothing when it ran above
   return 0;
 }

@@ -10,13 +10,15 @@
 
 #include "base/os/os.h"
 #include "host/frame/message_loop.h"
+#include "host/app/module_debugger.h"
 #include "host/frame/start_handshake.h"
 #include "host/module/zpk_module.h"
 
 class CZPKApp {
  public:
-  // Starts the library before anything else of it runs; the destructor takes it down.
-  CZPKApp();
+  // Starts the library before anything else of it runs; the destructor takes it down. With a
+  // `debugger` this is the debug configuration of the host: DEBUG starts it.
+  explicit CZPKApp(ModuleDebugger* debugger = nullptr);
   ~CZPKApp();
   CZPKApp(const CZPKApp&) = delete;
   CZPKApp& operator=(const CZPKApp&) = delete;
@@ -33,10 +35,12 @@ class CZPKApp {
  private:
   // Shows that a text from the system cannot be written in Shift-JIS; the exit code.
   int RefuseText(const char* what, const std::string& shown);
+  void EndDebugging();
 
   std::string moduleFileName_;
   std::string refusedCommandLine_;  // with its missing characters marked; empty when none
-  uint32_t debugFlag_ = 0;  // nothing sets it in this configuration
+  ModuleDebugger* debugger_;
+  uint32_t debugFlag_ = 0;  // DEBUG, in the debug configuration
   std::string debugRecordFileName_;
   bool baseDirectoryGiven_ = false;
   std::string baseDirectory_;

@@ -35,7 +35,9 @@ uint32_t CZPKThread::Run() {
   os::setCurrentThreadPriority(THREAD_PRIORITY_ABOVE_NORMAL);
   // The handle is what the module passes back for its own resources, procedures and variables.
   uint32_t handle = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(module_));
+  if (debugFilter_) vkSetDebugFilter(debugFilter_);
   ZPK_CallProcedure(startingProc, 1, &handle, kCalleePops);
+  if (debugFilter_) vkSetDebugFilter(nullptr);
   os::setCurrentThreadPriority(THREAD_PRIORITY_NORMAL);
   vkDetachThread();
   return 0;

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "base/fault.h"
 #include "base/os/os.h"
 #include "host/module/zpk_module.h"
 
@@ -14,6 +15,9 @@ class CZPKThread {
   CZPKThread(const CZPKThread&) = delete;
   CZPKThread& operator=(const CZPKThread&) = delete;
 
+  // The debugger's filter, asked first about every exception while StartingProc runs; set
+  // before Start.
+  void SetDebugFilter(VkDebugFilter filter) { debugFilter_ = filter; }
   // Starts the thread; false when the system has none to give.
   bool Start();
   // Waits up to `milliseconds` for the thread's end; true while it still runs.
@@ -28,4 +32,5 @@ class CZPKThread {
 
   CZPKModule* module_;
   os::Thread* thread_ = nullptr;
+  VkDebugFilter debugFilter_ = nullptr;
 };

@@ -433,3 +433,39 @@ TEST(FilterInstallTest, EachAttachPutsTheFilterBack) {
 }
 
 }  // namespace
+
+namespace {
+
+int debugFilterCalls;
+LONG WINAPI resumingDebugFilter(EXCEPTION_POINTERS*) {
+  ++debugFilterCalls;
+  return -1;
+}
+LONG WINAPI passingDebugFilter(EXCEPTION_POINTERS*) {
+  ++debugFilterCalls;
+  return 0;
+}
+
+TEST(DebugFilterHookTest, TheDebuggersFilterIsAskedFirst) {
+  debugFilterCalls = 0;
+  vkSetDebugFilter(resumingDebugFilter);
+  Fault trap(VK_EXCEPTION_BREAKPOINT, 0x401000);
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(vkFilterException(&trap.pointers), -1);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << "the debugger's answer: no dialog";
+  EXPECT_EQ(debugFilterCalls, 1);
+
+  vkSetDebugFilter(passingDebugFilter);
+  Fault step(VK_EXCEPTION_SINGLE_STEP, 0x401000);
+  step.context.EFlags = 0x100;
+  EXPECT_EQ(vkFilterException(&step.pointers), -1);
+  EXPECT_EQ(step.context.EFlags, 0u) << "passed on, the fault filter's own answer follows";
+  EXPECT_EQ(debugFilterCalls, 2);
+
+  vkSetDebugFilter(nullptr);
+  Fault again(VK_EXCEPTION_SINGLE_STEP, 0x401000);
+  EXPECT_EQ(vkFilterException(&again.pointers), -1);
+  EXPECT_EQ(debugFilterCalls, 2) << "none after the session";
+}
+
+}  // namespace

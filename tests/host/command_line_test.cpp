@@ -41,6 +41,25 @@ TEST(CommandLineTest, SwitchesInAnyCaseBehindHyphenOrSlash) {
   EXPECT_EQ(line.moduleName, "=1");
 }
 
+TEST(CommandLineTest, TheDebugConfigurationTakesDebugAndTheRecordsName) {
+  CommandLine line = scanCommandLine("/Debug -drt=\"C:\\my records\\game.drt\" game.zpe", true);
+  EXPECT_TRUE(line.debug);
+  EXPECT_EQ(line.debugRecord, "C:\\my records\\game.drt");
+  EXPECT_EQ(line.moduleName, "game.zpe");
+  EXPECT_TRUE(line.debugLines.empty()) << "no line of the release configuration";
+
+  CommandLine release = scanCommandLine("game.zpe /DEBUG /DRT=game.drt");
+  EXPECT_FALSE(release.debug);
+  EXPECT_EQ(release.debugRecord, "");
+  EXPECT_EQ(release.moduleName, "game.zpe") << "the value stays behind as a module name of its own";
+  ASSERT_EQ(release.debugLines.size(), 3u);
+  EXPECT_EQ(release.debugLines[2], kSecondName);
+
+  CommandLine plain = scanCommandLine("game.zpe -DRT:other.drt", true);
+  EXPECT_FALSE(plain.debug) << "DRT alone does not start the debugger";
+  EXPECT_EQ(plain.debugRecord, "other.drt");
+}
+
 TEST(CommandLineTest, BaseDirectoryValues) {
   for (const char* text : {"/BASEDIR=C:\\data", "-basedir:C:\\data", "/BaseDir C:\\data"}) {
     CommandLine line = scanCommandLine(text);

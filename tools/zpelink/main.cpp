@@ -1,4 +1,5 @@
 // zpelink: links i386 COFF objects and static archives into a game module (.zpe).
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -84,11 +85,23 @@ bool writeFile(const std::string& path, const std::vector<uint8_t>& bytes) {
   return static_cast<bool>(out.flush());
 }
 
+// The assembler keeps this many characters of a source's name in an object's .file symbol.
+constexpr size_t kFileSymbolName = 14;
+
 // The path of a source named by an object: in the first directory that holds it, else as named.
+// A name the assembler cut short is the first file, by name, that begins with it.
 std::string locateSource(const std::string& name, const std::vector<std::string>& directories) {
   for (const std::string& directory : directories) {
     std::filesystem::path path = std::filesystem::path(directory) / name;
     if (std::filesystem::is_regular_file(path)) return path.string();
+  }
+  if (name.size() != kFileSymbolName) return name;
+  for (const std::string& directory : directories) {
+    std::error_code error;
+    std::vector<std::filesystem::path> candidates;
+    for (const auto& entry : std::filesystem::directory_iterator(directory, error))
+      if (entry.is_regular_file() && entry.path().filename().string().starts_with(name)) candidates.push_back(entry.path());
+    if (!candidates.empty()) return std::min_element(candidates.begin(), candidates.end())->string();
   }
   return name;
 }
