@@ -308,6 +308,7 @@ const ExportEntry kRows[] = {
 };
 
 constexpr size_t kCount = sizeof(kRows) / sizeof(kRows[0]);
+static_assert(kCount == 255, "modules bind to the host's 255 functions, every one of them a row");
 
 bool byName(const ExportEntry& a, const ExportEntry& b) { return std::strcmp(a.name, b.name) < 0; }
 
