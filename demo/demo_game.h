@@ -20,9 +20,11 @@ void complain(const char* what, const char* name);
  * close box asked the game to end. */
 int takeAdvances(void);
 int quitRequested(void);
+/* Presses of Escape or the right button since the last call: the story's main menu. */
+int takeMenuRequests(void);
 /* Forgets the input noted so far, when a screen starts. */
 void forgetInput(void);
-/* The host's own screens (map, save, load) take the input themselves: the hooks step aside
+/* The host's own screens (map, menus, save, load) take the input themselves: the hooks step aside
  * while they run, all but the close box's. */
 void hostScreenBegins(void);
 void hostScreenEnds(void);
@@ -47,5 +49,12 @@ int playStory(Progress progress);
 int loadStory(Progress* progress);
 /* The title's music: started when the title shows, the song goes on over the map. */
 void playTitleMusic(void);
+
+/* The start-up menu's buttons, by the ids the screen gives; its quit button gives -1. */
+typedef enum StartupChoice { START_QUIT = -1, START_NEW = 0, START_CONTINUE = 1, START_SOUND = 2 } StartupChoice;
+StartupChoice startupMenu(void);
+/* The sound configuration over what the window shows; its values act at once on the music
+ * playing, the voice and the message speed. */
+void configureSound(void);
 
 #endif

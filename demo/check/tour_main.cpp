@@ -6,8 +6,10 @@
 #include <sstream>
 
 #include "base/library.h"
+#include "demo/art/demo_art.h"
 #include "demo/check/frame_check.h"
 #include "demo/check/tour_check.h"
+#include "demo/menus/menu_art.h"
 #include "files/file_obj.h"
 #include "sound/wave/wave_file.h"
 #include "tests/sound/analysis/audio_analysis.h"
@@ -16,8 +18,9 @@ namespace {
 
 const char kUsage[] =
     "usage: demo_tour_check --tour DIR --pictures DIR --report FILE\n"
-    "Checks the screenshots that scripts/demo.sh's tour saved in DIR (title, scene, map, place,\n"
-    "save, ending, load, loaded) against the game's files in --pictures, and that its recording\n"
+    "Checks the screenshots that scripts/demo.sh's tour saved in DIR (title, startup, sound,\n"
+    "scene, menu, map, place, save, ending, load, loaded, quit) against the game's files in\n"
+    "--pictures (the menus' bitmaps in its menus/ folder), and that its recording\n"
     "DIR/sound.raw holds the title's music and the first voice, this at the half volume the tour\n"
     "sets. The report is the file the game wrote through RUNA1_DEMO_REPORT. Exit code 0 if\n"
     "everything is there.\n";
@@ -141,7 +144,45 @@ int main(int argc, char** argv) {
   title.pointerX = 560;
   title.pointerY = 130;
   failures += !shot("title", &picture) || report("title", demo_check::compareFrame(picture, left, top, titlePictures, title));
-  failures += !shot("scene", &picture) || report("scene", demo_check::checkScene(picture, left, top, landscape, -1, 2));
+  // The start-up menu of kind 2 with no button lit; the sound configuration over it, MIDI chosen.
+  Picture startup, scene, menu, bitmap, alpha;
+  const std::string menus = pictures + "/menus/";
+  auto menuBitmap = [&](const std::string& name, Picture* bitmap) {
+    if (readPicture(menus + name, bitmap, &error)) return true;
+    std::cerr << "demo_tour_check: " << error << "\n";
+    return false;
+  };
+  failures += !shot("startup", &startup) || !menuBitmap("startup.tree/start2.bmp", &bitmap) ||
+              report("startup", demo_check::checkWholeFrame(startup, left, top, bitmap));
+  if (shot("sound", &picture) && menuBitmap("soundcfg.tree/option.bmp", &bitmap) &&
+      menuBitmap("soundcfg.tree/optiona.bmp", &alpha)) {
+    // The source buttons and the three sliders with their arrows.
+    const std::vector<DemoRect> controls = {{270, 84, 374, 119}, {417, 84, 521, 119}, {306, 162, 486, 192},
+                                            {306, 244, 486, 274}, {306, 326, 486, 356}};
+    std::vector<std::string> problems = demo_check::checkOverlay(picture, left, top, bitmap, alpha, startup, controls);
+    const struct {
+      const char* what;
+      int32_t x, y;
+      uint32_t colour;
+    } sources[] = {{"MIDI chosen", 417 + 5, 84 + 5, demo_menus::kLitColour},
+                   {"wave not chosen", 270 + 5, 84 + 5, demo_menus::kPlateColour}};
+    for (const auto& source : sources) {
+      if (!demo_check::closeColours(demo_art::colourAt(picture, left + source.x, top + source.y), source.colour)) {
+        problems.push_back(std::string(source.what) + ": its button does not show it");
+      }
+    }
+    failures += report("sound", problems);
+  } else {
+    ++failures;
+  }
+  failures += !shot("scene", &scene) || report("scene", demo_check::checkScene(scene, left, top, landscape, -1, 2));
+  // The main menu over the scene as it stood; its quit box in the middle of the client area.
+  failures += !shot("menu", &menu) || !menuBitmap("mainmenu.tree/menu.bmp", &bitmap) ||
+              !menuBitmap("mainmenu.tree/menuc.bmp", &alpha) ||
+              report("menu", demo_check::checkOverlay(menu, left, top, bitmap, alpha, scene));
+  failures += !shot("quit", &picture) || !menuBitmap("mainmenu.tree/diquit.bmp", &bitmap) ||
+              report("quit", demo_check::checkInset(picture, left, top, bitmap, (DEMO_CLIENT_WIDTH - bitmap.width) / 2,
+                                                    (DEMO_CLIENT_HEIGHT - bitmap.height) / 2));
   failures += !shot("map", &picture) || report("map", demo_check::checkMapLabel(picture, left, top, label));
   failures += !shot("place", &picture) ||
               report("place", demo_check::checkScene(picture, left, top, landscape, kChosenPlace, 2));

@@ -1,4 +1,4 @@
-// demo_menus: draws the demo's menu screens that the host gets later and packs their archives.
+// demo_menus: draws the demo's menu screens and packs their archives.
 #include <filesystem>
 #include <iostream>
 
@@ -8,8 +8,8 @@
 namespace {
 
 const char kUsage[] =
-    "usage: demo_menus DIRECTORY   write Startup.arc (start-up and bonus menus) and SoundCfg.arc\n"
-    "                              (sound configuration) into DIRECTORY\n"
+    "usage: demo_menus DIRECTORY   write Startup.arc (start-up and bonus menus), MainMenu.arc\n"
+    "                              and SoundCfg.arc (sound configuration) into DIRECTORY\n"
     "       demo_menus --help\n";
 
 }  // namespace
@@ -21,9 +21,12 @@ int main(int argc, char** argv) {
   std::string error;
   screen_art::ArtSet startup(folder / "startup.tree", {});
   demo_menus::drawStartupMenus(startup);
+  screen_art::ArtSet mainMenu(folder / "mainmenu.tree", {});
+  demo_menus::drawMainMenu(mainMenu);
   const std::string soundTree = (folder / "soundcfg.tree").string();
   screen_art::ArtSet sound(soundTree, {});
   if (!startup.Pack((folder / "Startup.arc").string(), &error) ||
+      !mainMenu.Pack((folder / "MainMenu.arc").string(), &error) ||
       !demo_menus::drawSoundConfig(sound, soundTree, &error) || !sound.Pack((folder / "SoundCfg.arc").string(), &error)) {
     std::cerr << "demo_menus: " << error << "\n";
     return 1;
