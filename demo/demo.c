@@ -1,7 +1,7 @@
 /* The demo game: a small game in a 640x480 window. The title screen is a big landscape that the
  * arrow keys scroll, with a framed lens that follows the mouse and magnifies what lies under it,
  * a click that swaps the landscape for a colour pattern, and a title plate on top; Enter opens
- * the start-up menu (new game, continue, sound configuration, quit), L loads a saved story,
+ * the start-up menu (new game, continue, sound configuration, bonus, quit), L loads a saved story,
  * Escape or the close box ends the game. The story walks through the scene script (scene.sjis):
  * Japanese text drawn with font images in a ruled text window, each entry voiced, the main menu
  * over it on Escape or the right button; the map scene where the player picks a place; the save
@@ -359,8 +359,8 @@ static TitleChoice title(void) {
   }
 }
 
-/* The game's flow: the title, then the start-up menu's choice. The sound configuration goes
- * back to the start-up menu; the story ends at the ending, at the main menu's way back to the
+/* The game's flow: the title, then the start-up menu's choice. The sound configuration and the
+ * bonus menu go back to the start-up menu; the story ends at the ending, at the main menu's way back to the
  * title, or with the game. */
 static void runGame(void) {
   for (;;) {
@@ -375,7 +375,10 @@ static void runGame(void) {
       if (!loadStory(&progress)) continue;
     } else {
       StartupChoice start;
-      while ((start = startupMenu()) == START_SOUND) configureSound();
+      while ((start = startupMenu()) == START_SOUND || start == START_BONUS) {
+        if (start == START_SOUND) configureSound();
+        else bonusMenu();
+      }
       if (start == START_QUIT) return;
       if (start == START_CONTINUE && !loadStory(&progress)) continue;
     }

@@ -49,12 +49,29 @@ int playStory(Progress progress);
 int loadStory(Progress* progress);
 /* The title's music: started when the title shows, the song goes on over the map. */
 void playTitleMusic(void);
+void stopMusic(void);
+/* The picture the story's and the host's screens draw into, and showing it in the window. */
+GRAPHIC storyCanvas(void);
+void showCanvas(void);
 
 /* The start-up menu's buttons, by the ids the screen gives; its quit button gives -1. */
-typedef enum StartupChoice { START_QUIT = -1, START_NEW = 0, START_CONTINUE = 1, START_SOUND = 2 } StartupChoice;
+typedef enum StartupChoice {
+  START_QUIT = -1,
+  START_NEW = 0,
+  START_CONTINUE = 1,
+  START_SOUND = 2,
+  START_BONUS = 3
+} StartupChoice;
 StartupChoice startupMenu(void);
 /* The sound configuration over what the window shows; its values act at once on the music
  * playing, the voice and the message speed. */
 void configureSound(void);
+
+/* ---- bonus.c: the bonus menu and its galleries ------------------------------------------- */
+
+/* The CG mode's picture `position` (0 to DEMO_CG_POSITIONS - 1) has been seen. */
+void unlockPicture(int position);
+/* The bonus menu, the CG and music modes from it, until the player goes back. */
+void bonusMenu(void);
 
 #endif

@@ -94,7 +94,7 @@ static void playEffect(KPCMSOUND sound) {
   PCM_PlayWave(sound, 0, NULL);
 }
 
-static void stopMusic(void) {
+void stopMusic(void) {
   songPlaying[0] = 0;
   if (midiSong) {
     MIDI_StopMidi(midiSong);
@@ -175,11 +175,13 @@ static SCREEN canvasScreen;
 static HFONT font;
 
 /* The canvas, a picture of the client area's size, is what the window shows of the story. */
-static void showCanvas(void) {
+void showCanvas(void) {
   View_DetachAllScreen();
   View_AttachScreen(canvasScreen, NULL, 0);
   graphic_InvalidateRect(canvas, NULL);
 }
+
+GRAPHIC storyCanvas(void) { return canvas; }
 
 static void keepCanvas(void) { graphic_DrawBitmapToBitmap(canvas, backdrop, 0, 0, NULL, 0, 0); }
 
@@ -288,10 +290,10 @@ StartupChoice startupMenu(void) {
   showCanvas();
   reportWords("screen", "startup");
   hostScreenBegins();
-  const int32_t choice = Nodali_StartupMenu(canvas, 2);
+  const int32_t choice = Nodali_StartupMenu(canvas, 3);
   hostScreenEnds();
   reportLine("start", 1, &choice);
-  return choice >= START_NEW && choice <= START_SOUND ? (StartupChoice)choice : START_QUIT;
+  return choice >= START_NEW && choice <= START_BONUS ? (StartupChoice)choice : START_QUIT;
 }
 
 /* The main menu over the scene: save, load, the sound configuration, back to the title, quit,
@@ -493,6 +495,7 @@ static int showEnding(void) {
   graphic_DrawBitmapToBitmap(ending, canvas, 0, 0, NULL, 0, 0);
   showCanvas();
   playMusic("ending");
+  unlockPicture(DEMO_PLACE_COUNT);
   forgetInput();
   reportWords("screen", "ending");
   while (!takeAdvances()) {
@@ -520,6 +523,7 @@ static Flow playFrom(Progress progress) {
   if (current.stage == STAGE_PLACE) {
     char part[] = "place0";
     part[5] = (char)('0' + current.place);
+    unlockPicture(current.place);
     if ((flow = playPart(part, current.place)) != FLOW_ON) return flow;
     current.stage = STAGE_OUTRO;
     offerSave(current);

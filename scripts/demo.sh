@@ -88,6 +88,7 @@ if [ $tour = 1 ]; then
   # The sound configuration as a fresh installation has it: the tour sets the voice one step
   # down on the configuration screen, and the recording shows that the game follows it.
   wine reg delete 'HKCU\Software\Runa1\Demo\Config' /f >/dev/null 2>&1
+  wine reg delete 'HKCU\Software\Runa1\Demo\Gallery' /f >/dev/null 2>&1
   bash "$here/pulse-record.sh" start "$tourDir/sound.raw"
   for _ in $(seq 100); do [ -f "$tourDir/sound.raw.started" ] && break; sleep 0.05; done
 fi
@@ -171,8 +172,9 @@ else
   # one step down; a new game: the first entry of the story, the main menu over it (left with
   # the right button), the map, the place chosen (the second, to the right of the first), the
   # save screen (its first slot taken), the last entry, the ending; back to the title, the
-  # start-up menu's continue: the load screen and the story loaded from the save; the main
-  # menu's quit and its confirmation box.
+  # start-up menu's bonus menu: the CG mode with the pictures seen, the viewer of the second
+  # place's, the music mode playing the first track; the start-up menu's continue: the load
+  # screen and the story loaded from the save; the main menu's quit and its confirmation box.
   show_lens 560 130
   wait_for "music "
   settle
@@ -182,7 +184,7 @@ else
   wait_for "screen startup"
   settle
   snap "$tourDir/startup.png"
-  click_at 320 267  # SOUND
+  click_at 320 240  # SOUND
   wait_for "screen sound"
   click_at 312 259  # the voice volume's left arrow
   away
@@ -191,7 +193,7 @@ else
   click_at 556 447  # the way out
   wait_for "config "
   wait_for "screen startup" 2
-  click_at 320 157  # NEW GAME
+  click_at 320 130  # NEW GAME
   away
   wait_for "text shown"
   settle
@@ -235,7 +237,36 @@ else
   wait_for "screen title" 2
   xdotool key Return
   wait_for "screen startup" 3
-  click_at 320 212  # CONTINUE
+  click_at 320 295  # BONUS
+  wait_for "screen bonus"
+  away
+  settle
+  snap "$tourDir/bonus.png"
+  click_at 320 185  # CG MODE
+  wait_for "screen cg"
+  away
+  sleep 1
+  snap_still "$tourDir/cg.png"
+  click_at 216 72  # the second place's picture
+  sleep 1
+  snap_still "$tourDir/cgview.png"
+  xdotool click 3  # out of the viewer; the pointer goes back where it was
+  sleep 1
+  click_at 608 454  # BACK
+  wait_for "cg "
+  wait_for "screen bonus" 2
+  click_at 320 240  # MUSIC MODE
+  wait_for "screen tracks"
+  click_at 160 44  # the first track, the title's song
+  away
+  sleep 1
+  snap_still "$tourDir/tracks.png"
+  click_at 587 443  # BACK
+  wait_for "tracks "
+  wait_for "screen bonus" 3
+  click_at 320 295  # BACK
+  wait_for "screen startup" 4
+  click_at 320 185  # CONTINUE
   wait_for "screen load"
   away
   settle
@@ -275,6 +306,6 @@ for _ in $(seq 100); do [ -f "$tourDir/sound.raw.done" ] && break; sleep 0.05; d
 sox -t raw -r 44100 -e signed -b 16 -c 2 "$tourDir/sound.raw" "$tourDir/sound.wav"
 rm -f "$tourDir"/sound.raw.*
 echo "demo: the tour's screenshots and recording:"
-for file in title startup sound scene menu map place save ending load loaded quit; do echo "  $tourDir/$file.png"; done
+for file in title startup sound scene menu map place save ending bonus cg cgview tracks load loaded quit; do echo "  $tourDir/$file.png"; done
 echo "  $tourDir/sound.wav"
 exit $status

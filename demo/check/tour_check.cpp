@@ -166,6 +166,30 @@ std::vector<std::string> checkOverlay(const Picture& screenshot, int32_t left, i
   return problems.Take();
 }
 
+std::vector<std::string> checkComposition(const Picture& screenshot, int32_t left, int32_t top, const Picture& ground,
+                                          const std::vector<Piece>& pieces, const std::vector<DemoRect>& controls) {
+  std::string unusable = clientAreaProblem(screenshot, left, top);
+  if (!unusable.empty()) return {unusable};
+  if (ground.width < DEMO_CLIENT_WIDTH || ground.height < DEMO_CLIENT_HEIGHT) return {"the ground is smaller than the client area"};
+  Problems problems;
+  for (int32_t y = 0; y < DEMO_CLIENT_HEIGHT; ++y) {
+    for (int32_t x = 0; x < DEMO_CLIENT_WIDTH; ++x) {
+      if (inAny(controls, x, y)) continue;
+      uint32_t wanted = demo_art::colourAt(ground, x, y);
+      const char* what = "ground";
+      for (const Piece& piece : pieces) {
+        const int32_t px = x - piece.x, py = y - piece.y;
+        if (px < 0 || py < 0 || px >= piece.picture->width || py >= piece.picture->height) continue;
+        wanted = demo_art::colourAt(*piece.picture, px, py);
+        what = "piece";
+      }
+      const uint32_t shown = demo_art::colourAt(screenshot, left + x, top + y);
+      if (!closeColours(shown, wanted)) problems.Pixel(what, x, y, shown, wanted);
+    }
+  }
+  return problems.Take();
+}
+
 std::vector<std::string> checkInset(const Picture& screenshot, int32_t left, int32_t top, const Picture& inset,
                                     int32_t x, int32_t y) {
   std::string unusable = clientAreaProblem(screenshot, left, top);

@@ -37,6 +37,15 @@ std::vector<std::string> checkOverlay(const Picture& screenshot, int32_t left, i
                                       const Picture& alpha, const Picture& ground,
                                       const std::vector<DemoRect>& controls = {});
 
+// A host screen of bitmaps: `ground` (the client area's size) with `pieces` drawn over it at
+// their client points, but for the screen's `controls`, which are not judged.
+struct Piece {
+  const Picture* picture;
+  int32_t x, y;
+};
+std::vector<std::string> checkComposition(const Picture& screenshot, int32_t left, int32_t top, const Picture& ground,
+                                          const std::vector<Piece>& pieces, const std::vector<DemoRect>& controls);
+
 // The client area shows `inset` with its top left at client point (x, y).
 std::vector<std::string> checkInset(const Picture& screenshot, int32_t left, int32_t top, const Picture& inset,
                                     int32_t x, int32_t y);

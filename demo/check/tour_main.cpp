@@ -19,7 +19,8 @@ namespace {
 const char kUsage[] =
     "usage: demo_tour_check --tour DIR --pictures DIR --report FILE\n"
     "Checks the screenshots that scripts/demo.sh's tour saved in DIR (title, startup, sound,\n"
-    "scene, menu, map, place, save, ending, load, loaded, quit) against the game's files in\n"
+    "scene, menu, quit, bonus, cg, cgview, tracks, map, place, save, ending, load, loaded)\n"
+    "against the game's files in\n"
     "--pictures (the menus' bitmaps in its menus/ folder), and that its recording\n"
     "DIR/sound.raw holds the title's music and the first voice, this at the half volume the tour\n"
     "sets. The report is the file the game wrote through RUNA1_DEMO_REPORT. Exit code 0 if\n"
@@ -94,6 +95,48 @@ int report(const std::string& what, const std::vector<std::string>& problems) {
   return 1;
 }
 
+// The bonus menu with no button lit; the CG mode with the second place's and the ending's
+// thumbnails, the others locked; the viewer showing the second place's picture from its top
+// left; the music mode with the first track lit and MIDI chosen. The sliders are the screens'.
+int checkBonusScreens(const std::string& tour, const std::string& menus, int32_t left, int32_t top) {
+  const char* const names[] = {"startup.tree/yodan.bmp", "cgmode.tree/cg.bmp",       "cgmode.tree/bg501.bmp",
+                               "cgmode.tree/bg503.bmp",  "gallery.tree/bg5010.bmp",  "musicmod.tree/music.bmp",
+                               "musicmod.tree/m01.bmp",  "musicmod.tree/mmidon.bmp"};
+  std::vector<Picture> bitmaps(std::size(names));
+  std::string error;
+  for (size_t i = 0; i < bitmaps.size(); ++i) {
+    if (!readPicture(menus + names[i], &bitmaps[i], &error)) return std::cerr << "demo_tour_check: " << error << "\n", 1;
+  }
+  const Picture &bonus = bitmaps[0], &cg = bitmaps[1], &placeThumbnail = bitmaps[2], &endingThumbnail = bitmaps[3],
+                &placePicture = bitmaps[4], &music = bitmaps[5], &firstTrack = bitmaps[6], &midi = bitmaps[7];
+  const std::vector<DemoRect> cgSlider = {{591, 58, 622, 374}}, musicSlider = {{306, 427, 469, 457}};
+  const int32_t cellTop = DEMO_CG_CELL_TOP, secondCell = DEMO_CG_CELL_LEFT + DEMO_CG_CELL_STEP_X;
+  const int32_t fourthCell = DEMO_CG_CELL_LEFT + 3 * DEMO_CG_CELL_STEP_X;
+  const struct {
+    const char* shot;
+    const Picture& ground;
+    std::vector<demo_check::Piece> pieces;
+    const std::vector<DemoRect>& controls;
+  } screens[] = {
+      {"bonus", bonus, {}, {}},
+      {"cg", cg, {{&placeThumbnail, secondCell, cellTop}, {&endingThumbnail, fourthCell, cellTop}}, cgSlider},
+      {"cgview", placePicture, {}, {}},
+      {"tracks", music, {{&firstTrack, 8, 24}, {&midi, 128, 424}}, musicSlider},
+  };
+  int failures = 0;
+  for (const auto& screen : screens) {
+    Picture picture;
+    if (!readPicture(tour + "/" + screen.shot + ".png", &picture, &error)) {
+      std::cerr << "demo_tour_check: " << error << "\n";
+      ++failures;
+      continue;
+    }
+    failures += report(screen.shot,
+                       demo_check::checkComposition(picture, left, top, screen.ground, screen.pieces, screen.controls));
+  }
+  return failures;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -144,7 +187,7 @@ int main(int argc, char** argv) {
   title.pointerX = 560;
   title.pointerY = 130;
   failures += !shot("title", &picture) || report("title", demo_check::compareFrame(picture, left, top, titlePictures, title));
-  // The start-up menu of kind 2 with no button lit; the sound configuration over it, MIDI chosen.
+  // The start-up menu of kind 3 with no button lit; the sound configuration over it, MIDI chosen.
   Picture startup, scene, menu, bitmap, alpha;
   const std::string menus = pictures + "/menus/";
   auto menuBitmap = [&](const std::string& name, Picture* bitmap) {
@@ -152,7 +195,7 @@ int main(int argc, char** argv) {
     std::cerr << "demo_tour_check: " << error << "\n";
     return false;
   };
-  failures += !shot("startup", &startup) || !menuBitmap("startup.tree/start2.bmp", &bitmap) ||
+  failures += !shot("startup", &startup) || !menuBitmap("startup.tree/start3.bmp", &bitmap) ||
               report("startup", demo_check::checkWholeFrame(startup, left, top, bitmap));
   if (shot("sound", &picture) && menuBitmap("soundcfg.tree/option.bmp", &bitmap) &&
       menuBitmap("soundcfg.tree/optiona.bmp", &alpha)) {
@@ -183,6 +226,7 @@ int main(int argc, char** argv) {
   failures += !shot("quit", &picture) || !menuBitmap("mainmenu.tree/diquit.bmp", &bitmap) ||
               report("quit", demo_check::checkInset(picture, left, top, bitmap, (DEMO_CLIENT_WIDTH - bitmap.width) / 2,
                                                     (DEMO_CLIENT_HEIGHT - bitmap.height) / 2));
+  failures += checkBonusScreens(tour, pictures + "/menus/", left, top);
   failures += !shot("map", &picture) || report("map", demo_check::checkMapLabel(picture, left, top, label));
   failures += !shot("place", &picture) ||
               report("place", demo_check::checkScene(picture, left, top, landscape, kChosenPlace, 2));

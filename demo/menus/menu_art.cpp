@@ -9,8 +9,6 @@ namespace {
 using screen_art::Box;
 using screen_art::Canvas;
 
-int32_t captionWidth(const std::string& text, int32_t scale) { return (int32_t(text.size()) * 6 - 1) * scale; }
-
 // A button's face: a plate with a frame and its caption in the middle.
 Canvas buttonFace(const std::string& text, bool lit) {
   Canvas face(kButtonWidth, kButtonHeight, lit ? kLitColour : kPlateColour);
@@ -36,14 +34,6 @@ Canvas menuGround(const std::string& title, const std::vector<MenuButton>& butto
   return ground;
 }
 
-// A plate of `box`'s size in the ground's colours with `text` in its middle, drawn into `canvas`.
-void captionedPlate(Canvas& canvas, const Box& box, const std::string& text, int32_t scale) {
-  canvas.Fill(box, kPlateColour);
-  canvas.Frame(box, 0x5070A0, 2);
-  caption(canvas, box.left + (box.right - box.left - captionWidth(text, scale)) / 2,
-          box.top + (box.bottom - box.top - 7 * scale) / 2, text, scale, kCaptionColour);
-}
-
 // A confirmation box: its question over the yes and no plates where the screens put them.
 Canvas confirmationBox(const std::string& question) {
   Canvas box(kBoxWidth, kBoxHeight, kGroundColour);
@@ -53,6 +43,19 @@ Canvas confirmationBox(const std::string& question) {
   captionedPlate(box, kBoxNo, "NO", 2);
   return box;
 }
+
+}  // namespace
+
+int32_t captionWidth(const std::string& text, int32_t scale) { return (int32_t(text.size()) * 6 - 1) * scale; }
+
+void captionedPlate(Canvas& canvas, const Box& box, const std::string& text, int32_t scale, bool lit) {
+  canvas.Fill(box, lit ? kLitColour : kPlateColour);
+  canvas.Frame(box, lit ? 0xFFF0C0 : 0x5070A0, 2);
+  caption(canvas, box.left + (box.right - box.left - captionWidth(text, scale)) / 2,
+          box.top + (box.bottom - box.top - 7 * scale) / 2, text, scale, lit ? kLitCaptionColour : kCaptionColour);
+}
+
+namespace {
 
 // A plate whose outermost pixels are transparent, for the bitmaps with an alpha plane.
 Canvas edgedPlate(int32_t width, int32_t height, uint32_t colour) {

@@ -31,6 +31,11 @@ struct MenuButton {
 std::vector<MenuButton> startupButtons(int kind);
 int32_t firstButtonTop(int kind);
 
+// The width of `text` in the 5 by 7 capitals at `scale`.
+int32_t captionWidth(const std::string& text, int32_t scale);
+// A plate filling `box` in the ground's colours, or lit, with `text` in its middle.
+void captionedPlate(screen_art::Canvas& canvas, const screen_art::Box& box, const std::string& text, int32_t scale,
+                    bool lit = false);
 // Writes `text` in the 5 by 7 capitals at `scale` with its top left at (x, y).
 void caption(screen_art::Canvas& canvas, int32_t x, int32_t y, const std::string& text, int32_t scale, uint32_t colour,
              uint8_t alpha = 255);

@@ -9,9 +9,10 @@ source_dir="$1" build_root="$2" native_bin="$3" work="$4"
 mkdir -p "$work"
 bash "$source_dir/scripts/demo.sh" --build "$build_root" --headless --tour "$work/tour" \
   --report "$work/report.txt" --wineprefix "$build_root/demo/tour-wine"
-# What the player chose on the way: the voice one step down on the sound configuration, the
-# main menu left with the right button, then its quit; the game ended.
-for line in "config 1 8 7 2" "menu -1" "menu 5" end; do
+# What the player chose and saw on the way: the voice one step down on the sound configuration,
+# the main menu left with the right button, the second place's and the ending's pictures
+# unlocked, the CG and music modes left by their back buttons, the main menu's quit; the end.
+for line in "config 1 8 7 2" "menu -1" "unlocked 1" "unlocked 3" "cg 10" "tracks 0" "menu 5" end; do
   grep -qx "$line" "$work/report.txt" || { echo "the game did not report \"$line\"" >&2; exit 1; }
 done
 "$native_bin/demo_tour_check" --tour "$work/tour" --pictures "$build_root/win32/demo" --report "$work/report.txt"

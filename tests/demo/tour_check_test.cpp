@@ -181,6 +181,29 @@ TEST(OverlayCheckTest, JudgesTheOverlayWhereOpaqueTheGroundWhereClearAndNothingB
                    .empty());
 }
 
+TEST(CompositionCheckTest, WantsEachPieceAtItsPlaceOverTheGroundButLeavesTheControls) {
+  Picture ground = demo_art::blankPicture(DEMO_CLIENT_WIDTH, DEMO_CLIENT_HEIGHT, 24);
+  fill(&ground, 0, 0, DEMO_CLIENT_WIDTH - 1, DEMO_CLIENT_HEIGHT - 1, 0x101830);
+  Picture thumb = demo_art::blankPicture(128, 96, 24);
+  for (int32_t y = 0; y < thumb.height; ++y) {
+    for (int32_t x = 0; x < thumb.width; ++x) demo_art::setColour(&thumb, x, y, uint32_t(x) << 8 | uint32_t(y));
+  }
+  auto shot = [&](int32_t thumbX, uint32_t knob) {
+    return clientShot([&](int32_t x, int32_t y) {
+      if (x >= 591 && x < 623 && y >= 100 && y < 120) return knob;
+      if (x >= thumbX && x < thumbX + 128 && y >= 24 && y < 120) return demo_art::colourAt(thumb, x - thumbX, y - 24);
+      return 0x101830u;
+    });
+  };
+  const std::vector<DemoRect> slider = {{591, 58, 622, 374}};
+  EXPECT_TRUE(demo_check::checkComposition(shot(152, 0xF0F0F0), kLeft, kTop, ground, {{&thumb, 152, 24}}, slider).empty());
+  EXPECT_TRUE(demo_check::checkComposition(shot(152, 0x808080), kLeft, kTop, ground, {{&thumb, 152, 24}}, slider).empty());
+  // The knob is judged where it is not a control; a thumbnail in another cell or missing fails.
+  EXPECT_FALSE(demo_check::checkComposition(shot(152, 0xF0F0F0), kLeft, kTop, ground, {{&thumb, 152, 24}}, {}).empty());
+  EXPECT_FALSE(demo_check::checkComposition(shot(8, 0xF0F0F0), kLeft, kTop, ground, {{&thumb, 152, 24}}, slider).empty());
+  EXPECT_FALSE(demo_check::checkComposition(shot(152, 0xF0F0F0), kLeft, kTop, ground, {}, slider).empty());
+}
+
 TEST(InsetCheckTest, FindsTheInsetOnlyAtItsPlace) {
   Picture inset = demo_art::blankPicture(300, 160, 24);
   for (int32_t y = 0; y < inset.height; ++y) {
