@@ -1,13 +1,14 @@
-/* The demo game: a small game in a 640x480 window. The title screen is a big landscape that the
- * arrow keys scroll, with a framed lens that follows the mouse and magnifies what lies under it,
- * a click that swaps the landscape for a colour pattern, and a title plate on top; Enter opens
- * the start-up menu (new game, continue, sound configuration, bonus, quit), L loads a saved story,
- * Escape or the close box ends the game. The story walks through the scene script (scene.sjis):
- * Japanese text drawn with font images in a ruled text window, each entry voiced, the main menu
- * over it on Escape or the right button; the map scene where the player picks a place; the save
- * screen; the last scene and the ending. Music is our own MIDI song, or its rendering as a wave where no MIDI
- * device plays; the voice volume, the music volume and the message speed come from the sound
- * configuration's profile values.
+/* The demo game: a small game in a 640x480 window. The opening comes first. The title screen is
+ * a big landscape that the arrow keys scroll, with a framed lens that follows the mouse and
+ * magnifies what lies under it, a click that swaps the landscape for a colour pattern, and a
+ * title plate on top; Enter opens the start-up menu (new game, continue, sound configuration,
+ * bonus, quit), L loads a saved story, Escape or the close box ends the game. The story walks
+ * through the scene script (scene.sjis): Japanese text drawn with font images in a ruled text
+ * window, each entry voiced, the main menu over it on Escape or the right button; the map scene
+ * where the player picks a place; the save screen; the last scene, the staff roll and the
+ * ending. Music is our own MIDI song, or its rendering as a wave where no MIDI device plays; the
+ * voice volume, the music volume and the message speed come from the sound configuration's
+ * profile values.
  *
  * The window hooks run on the host's main thread and only note what happened; the game loop
  * on the module thread owns the screens and applies the input. With the environment variable
@@ -359,10 +360,11 @@ static TitleChoice title(void) {
   }
 }
 
-/* The game's flow: the title, then the start-up menu's choice. The sound configuration and the
+/* The game's flow: the opening, the title, then the start-up menu's choice. The sound configuration and the
  * bonus menu go back to the start-up menu; the story ends at the ending, at the main menu's way back to the
  * title, or with the game. */
 static void runGame(void) {
+  playOpening();
   for (;;) {
     showTitle();
     forgetInput();

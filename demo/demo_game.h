@@ -74,4 +74,9 @@ void unlockPicture(int position);
 /* The bonus menu, the CG and music modes from it, until the player goes back. */
 void bonusMenu(void);
 
+/* ---- sequences.c: the opening and the staff roll ------------------------------------------ */
+
+void playOpening(void);
+void playStaffRoll(void);
+
 #endif

@@ -490,8 +490,10 @@ int loadStory(Progress* progress) {
 
 /* ---- The story ----------------------------------------------------------------------------- */
 
-/* The ending's picture and song until the player goes back to the title. */
+/* The staff roll, then the ending's picture and song until the player goes back to the title. */
 static int showEnding(void) {
+  playStaffRoll();
+  if (quitRequested()) return 0;
   graphic_DrawBitmapToBitmap(ending, canvas, 0, 0, NULL, 0, 0);
   showCanvas();
   playMusic("ending");

@@ -157,6 +157,14 @@ click_at() {
 
 wait_for ready
 read -r _ left top < <(grep '^client ' "$report")
+# The opening, cut short with the right button after a few seconds; its first pictures fade in
+# on a clock of their own, so its screenshot is not compared.
+wait_for "screen opening"
+away
+sleep 4
+[ $tour = 1 ] && snap "$tourDir/opening.png"
+xdotool click 3
+wait_for "opening "
 if [ $tour = 0 ]; then
   show_lens "${pointer%,*}" "${pointer#*,}"
   for key in $keys; do
@@ -168,10 +176,10 @@ if [ $tour = 0 ]; then
   snap "$screenshot"
   xdotool key Escape
 else
-  # The title with the lens; the start-up menu; the sound configuration, where the voice goes
+  # After the opening: the title with the lens; the start-up menu; the sound configuration, where the voice goes
   # one step down; a new game: the first entry of the story, the main menu over it (left with
   # the right button), the map, the place chosen (the second, to the right of the first), the
-  # save screen (its first slot taken), the last entry, the ending; back to the title, the
+  # save screen (its first slot taken), the last entry, the staff roll, the ending; back to the title, the
   # start-up menu's bonus menu: the CG mode with the pictures seen, the viewer of the second
   # place's, the music mode playing the first track; the start-up menu's continue: the load
   # screen and the story loaded from the save; the main menu's quit and its confirmation box.
@@ -230,6 +238,10 @@ else
   wait_for "saved "
   wait_for "text shown" 4
   xdotool key Return
+  wait_for "screen roll"
+  sleep 4
+  snap "$tourDir/roll.png"
+  xdotool click 3
   wait_for "screen ending"
   settle
   snap "$tourDir/ending.png"
@@ -306,6 +318,6 @@ for _ in $(seq 100); do [ -f "$tourDir/sound.raw.done" ] && break; sleep 0.05; d
 sox -t raw -r 44100 -e signed -b 16 -c 2 "$tourDir/sound.raw" "$tourDir/sound.wav"
 rm -f "$tourDir"/sound.raw.*
 echo "demo: the tour's screenshots and recording:"
-for file in title startup sound scene menu map place save ending bonus cg cgview tracks load loaded quit; do echo "  $tourDir/$file.png"; done
+for file in opening title startup sound scene menu map place save roll ending bonus cg cgview tracks load loaded quit; do echo "  $tourDir/$file.png"; done
 echo "  $tourDir/sound.wav"
 exit $status
