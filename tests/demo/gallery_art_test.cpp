@@ -6,16 +6,10 @@
 #include "demo/art/demo_art.h"
 #include "demo/menus/gallery_art.h"
 #include "demo/menus/menu_art.h"
+#include "tests/demo/read_bitmap.h"
 #include "tests/temp_dir.h"
 
 namespace {
-
-Picture readBitmap(const std::string& path) {
-  Picture picture;
-  std::string error;
-  EXPECT_TRUE(readPicture(path, &picture, &error)) << error;
-  return picture;
-}
 
 TEST(GalleryPicturesTest, PlacesAreTheLandscapeAroundThemAndTheLastIsTheEnding) {
   const std::vector<Picture> pictures = demo_menus::galleryPictures();

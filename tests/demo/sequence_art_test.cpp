@@ -6,6 +6,7 @@
 #include "demo/art/demo_art.h"
 #include "demo/menus/menu_art.h"
 #include "demo/menus/sequence_art.h"
+#include "tests/demo/read_bitmap.h"
 #include "tests/temp_dir.h"
 
 namespace {
@@ -17,8 +18,7 @@ TEST(SequenceArtTest, EveryPictureIsThereInTheSizeTheSequencesPlaceIt) {
   std::string error;
   ASSERT_TRUE(set.Pack(dir.file("sequence.arc"), &error)) << error;
   for (int number = demo_menus::kFirstSequencePicture; number <= demo_menus::kLastSequencePicture; number += 10) {
-    Picture picture;
-    ASSERT_TRUE(readPicture(dir.file("tree/bg" + std::to_string(number) + ".bmp"), &picture, &error)) << error;
+    const Picture picture = readBitmap(dir.file("tree/bg" + std::to_string(number) + ".bmp"));
     int32_t width = 640, height = 480;  // the title card and the staff roll
     if (number == 6330 || number == 6340) width = demo_menus::kHalfWidth, height = demo_menus::kBandHeight;
     else if (number >= 6380 && number <= 6430) width = height = demo_menus::kSmallSize;
@@ -28,13 +28,11 @@ TEST(SequenceArtTest, EveryPictureIsThereInTheSizeTheSequencesPlaceIt) {
     EXPECT_EQ(picture.height, height) << number;
   }
   // The first band is the title's first view of the landscape.
-  Picture band;
-  ASSERT_TRUE(readPicture(dir.file("tree/bg6300.bmp"), &band, &error)) << error;
+  const Picture band = readBitmap(dir.file("tree/bg6300.bmp"));
   const Picture landscape = demo_art::drawLandscape();
   EXPECT_EQ(demo_art::colourAt(band, 10, 10), demo_art::colourAt(landscape, DEMO_START_X + 10, DEMO_START_Y + 10));
   // Each roll picture carries its line in gold on a dark strip across its middle.
-  Picture roll;
-  ASSERT_TRUE(readPicture(dir.file("tree/bg6680.bmp"), &roll, &error)) << error;
+  const Picture roll = readBitmap(dir.file("tree/bg6680.bmp"));
   int32_t gold = 0;
   for (int32_t x = 0; x < roll.width; ++x) gold += demo_art::colourAt(roll, x, 226 + 8) == demo_menus::kLitColour;
   EXPECT_GT(gold, 20);
