@@ -157,11 +157,11 @@ click_at() {
 
 wait_for ready
 read -r _ left top < <(grep '^client ' "$report")
-# The opening, cut short with the right button after a few seconds; its first pictures fade in
-# on a clock of their own, so its screenshot is not compared.
+# The opening, cut short with the right button while its title card stands: the card has faded
+# in by 1.5 s and fades out at 4 s.
 wait_for "screen opening"
 away
-sleep 4
+sleep 2.5
 [ $tour = 1 ] && snap "$tourDir/opening.png"
 xdotool click 3
 wait_for "opening "
@@ -239,7 +239,7 @@ else
   wait_for "text shown" 4
   xdotool key Return
   wait_for "screen roll"
-  sleep 4
+  sleep 3  # the first picture has faded in by 2 s and stands until 4.4 s
   snap "$tourDir/roll.png"
   xdotool click 3
   wait_for "screen ending"

@@ -19,7 +19,8 @@ namespace {
 const char kUsage[] =
     "usage: demo_tour_check --tour DIR --pictures DIR --report FILE\n"
     "Checks the screenshots that scripts/demo.sh's tour saved in DIR (title, startup, sound,\n"
-    "scene, menu, quit, bonus, cg, cgview, tracks, map, place, save, ending, load, loaded)\n"
+    "scene, menu, quit, bonus, cg, cgview, tracks, opening, roll, map, place, save, ending,\n"
+    "load, loaded)\n"
     "against the game's files in\n"
     "--pictures (the menus' bitmaps in its menus/ folder), and that its recording\n"
     "DIR/sound.raw holds the title's music and the first voice, this at the half volume the tour\n"
@@ -227,6 +228,12 @@ int main(int argc, char** argv) {
               report("quit", demo_check::checkInset(picture, left, top, bitmap, (DEMO_CLIENT_WIDTH - bitmap.width) / 2,
                                                     (DEMO_CLIENT_HEIGHT - bitmap.height) / 2));
   failures += checkBonusScreens(tour, pictures + "/menus/", left, top);
+  // The opening's title card and the staff roll's first picture, each while it stands.
+  for (const char* sequence : {"opening", "roll"}) {
+    const std::string card = std::string(sequence) == "opening" ? "bg6690.bmp" : "bg6460.bmp";
+    failures += !shot(sequence, &picture) || !menuBitmap("sequence.tree/" + card, &bitmap) ||
+                report(sequence, demo_check::checkWholeFrame(picture, left, top, bitmap));
+  }
   failures += !shot("map", &picture) || report("map", demo_check::checkMapLabel(picture, left, top, label));
   failures += !shot("place", &picture) ||
               report("place", demo_check::checkScene(picture, left, top, landscape, kChosenPlace, 2));
