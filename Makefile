@@ -53,7 +53,7 @@ bench: native
 # menu files and link it, then runa1.exe and the module) and runs it: in a window on $$DISPLAY,
 # or headless as a tour on Xvfb with screenshots and a recording under $(BUILD)/demo/tour/.
 demo: $(BUILD)/native/build.ninja $(BUILD)/win32/build.ninja
-	@cmake --build $(BUILD)/native -j $(JOBS) --target zpelink mqimage demo_art demo_sound demo_menus midirender screen_art
+	@cmake --build $(BUILD)/native -j $(JOBS) --target zpelink mqimage demo_art demo_sound demo_menus midirender screen_art arc
 	@cmake --build $(BUILD)/win32 -j $(JOBS) --target runa1 demo
 	@bash scripts/demo.sh --build $(BUILD)
 

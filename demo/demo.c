@@ -1,12 +1,14 @@
-/* The demo game: a small game in a 640x480 window. The title screen is a big landscape that the
- * arrow keys scroll, with a framed lens that follows the mouse and magnifies what lies under it,
- * a click that swaps the landscape for a colour pattern, and a title plate on top; Enter starts
- * the story, L loads a saved one, Escape or the close box ends the game. The story walks through
- * the scene script (scene.sjis): Japanese text drawn with font images in a ruled text window,
- * each entry voiced; the map scene where the player picks a place; the save screen; the last
- * scene and the ending. Music is our own MIDI song, or its rendering as a wave where no MIDI
- * device plays; the voice volume, the music volume and the message speed come from the sound
- * configuration's profile values.
+/* The demo game: a small game in a 640x480 window. The opening comes first. The title screen is
+ * a big landscape that the arrow keys scroll, with a framed lens that follows the mouse and
+ * magnifies what lies under it, a click that swaps the landscape for a colour pattern, and a
+ * title plate on top; Enter opens the start-up menu (new game, continue, sound configuration,
+ * bonus, quit), L loads a saved story, Escape or the close box ends the game. The story walks
+ * through the scene script (scene.sjis): Japanese text drawn with font images in a ruled text
+ * window, each entry voiced, the main menu over it on Escape or the right button; the map scene
+ * where the player picks a place; the save screen; the last scene, the staff roll and the
+ * ending. Music is our own MIDI song, or its rendering as a wave where no MIDI device plays; the
+ * voice volume, the music volume and the message speed come from the sound configuration's
+ * profile values.
  *
  * The window hooks run on the host's main thread and only note what happened; the game loop
  * on the module thread owns the screens and applies the input. With the environment variable
@@ -23,7 +25,7 @@ static const char kTitle[] = "Runa1 Demo";
 static const char* const kPictureFiles[DEMO_PICTURE_COUNT] = {"landscape.mqi", "pattern.mqi"};
 
 /* Written by the hooks (main thread), taken by the game loop (module thread). */
-static volatile LONG pendingStepsX, pendingStepsY, pendingClicks, pendingEnters, pendingLoads, quitAsked;
+static volatile LONG pendingStepsX, pendingStepsY, pendingClicks, pendingEnters, pendingLoads, pendingMenus, quitAsked;
 static volatile LONG pointerMoves, pointerPosition; /* the lParam of the last WM_MOUSEMOVE */
 
 /* The game's own state, module thread only. */
@@ -43,7 +45,7 @@ static uint32_t __stdcall onKeyDown(HWND hwnd, uint32_t message, uint32_t key, i
     case VK_RETURN:
     case VK_SPACE: __atomic_add_fetch(&pendingEnters, 1, __ATOMIC_SEQ_CST); break;
     case 'L': __atomic_add_fetch(&pendingLoads, 1, __ATOMIC_SEQ_CST); break;
-    case VK_ESCAPE: __atomic_store_n(&quitAsked, 1, __ATOMIC_SEQ_CST); break;
+    case VK_ESCAPE: __atomic_add_fetch(&pendingMenus, 1, __ATOMIC_SEQ_CST); break;
   }
   return 0;
 }
@@ -62,6 +64,11 @@ static uint32_t __stdcall onMouseMove(HWND hwnd, uint32_t message, uint32_t butt
 
 static uint32_t __stdcall onButtonDown(HWND hwnd, uint32_t message, uint32_t buttons, int32_t position) {
   __atomic_add_fetch(&pendingClicks, 1, __ATOMIC_SEQ_CST);
+  return 0;
+}
+
+static uint32_t __stdcall onRightButtonDown(HWND hwnd, uint32_t message, uint32_t buttons, int32_t position) {
+  __atomic_add_fetch(&pendingMenus, 1, __ATOMIC_SEQ_CST);
   return 0;
 }
 
@@ -282,14 +289,17 @@ static void swapPicture(void) {
   View_Delete(oldLens);
 }
 
-static void hookInput(ZPKWNDPROC keys, ZPKWNDPROC close, ZPKWNDPROC mouse, ZPKWNDPROC buttons) {
+static void hookInput(ZPKWNDPROC keys, ZPKWNDPROC close, ZPKWNDPROC mouse, ZPKWNDPROC buttons, ZPKWNDPROC rightButtons) {
   ZPK_SetWndMessageProc(WM_KEYDOWN, keys);
   ZPK_SetWndMessageProc(WM_CLOSE, close);
   ZPK_SetWndMessageProc(WM_MOUSEMOVE, mouse);
   ZPK_SetWndMessageProc(WM_LBUTTONDOWN, buttons);
+  ZPK_SetWndMessageProc(WM_RBUTTONDOWN, rightButtons);
 }
 
 int quitRequested(void) { return __atomic_load_n(&quitAsked, __ATOMIC_SEQ_CST) != 0; }
+
+int takeMenuRequests(void) { return __atomic_exchange_n(&pendingMenus, 0, __ATOMIC_SEQ_CST); }
 
 int takeAdvances(void) {
   return __atomic_exchange_n(&pendingEnters, 0, __ATOMIC_SEQ_CST) + __atomic_exchange_n(&pendingClicks, 0, __ATOMIC_SEQ_CST);
@@ -299,14 +309,15 @@ void forgetInput(void) {
   __atomic_store_n(&pendingStepsX, 0, __ATOMIC_SEQ_CST);
   __atomic_store_n(&pendingStepsY, 0, __ATOMIC_SEQ_CST);
   __atomic_store_n(&pendingLoads, 0, __ATOMIC_SEQ_CST);
+  takeMenuRequests();
   takeAdvances();
 }
 
-void hostScreenBegins(void) { hookInput(NULL, onClose, NULL, NULL); }
+void hostScreenBegins(void) { hookInput(NULL, onClose, NULL, NULL, NULL); }
 
 void hostScreenEnds(void) {
   forgetInput();
-  hookInput(onKeyDown, onClose, onMouseMove, onButtonDown);
+  hookInput(onKeyDown, onClose, onMouseMove, onButtonDown, onRightButtonDown);
 }
 
 /* The title's screens in their order, the lens among them once the pointer has shown up. */
@@ -327,7 +338,7 @@ typedef enum TitleChoice { TITLE_START, TITLE_LOAD, TITLE_QUIT } TitleChoice;
 static TitleChoice title(void) {
   LONG movesSeen = __atomic_load_n(&pointerMoves, __ATOMIC_SEQ_CST);
   for (;;) {
-    if (quitRequested()) return TITLE_QUIT;
+    if (quitRequested() || takeMenuRequests()) return TITLE_QUIT;
     if (__atomic_exchange_n(&pendingEnters, 0, __ATOMIC_SEQ_CST)) return TITLE_START;
     if (__atomic_exchange_n(&pendingLoads, 0, __ATOMIC_SEQ_CST)) return TITLE_LOAD;
     int changed = 0;
@@ -349,12 +360,11 @@ static TitleChoice title(void) {
   }
 }
 
-/* The game's flow. The host's start-up menu, opening, main menu, sound configuration, bonus
- * menu (CG and music mode) and ending screens are not in this host yet: the start-up menu and
- * the opening go before the title loop, the main menu and the sound configuration after each
- * scene entry when the player asks for them, the bonus menu is a choice of the title, and the
- * ending takes the place of the story's own ending picture (story.c, showEnding). */
+/* The game's flow: the opening, the title, then the start-up menu's choice. The sound configuration and the
+ * bonus menu go back to the start-up menu; the story ends at the ending, at the main menu's way back to the
+ * title, or with the game. */
 static void runGame(void) {
+  playOpening();
   for (;;) {
     showTitle();
     forgetInput();
@@ -363,7 +373,17 @@ static void runGame(void) {
     TitleChoice choice = title();
     if (choice == TITLE_QUIT) return;
     Progress progress = {STAGE_INTRO, -1};
-    if (choice == TITLE_LOAD && !loadStory(&progress)) continue;
+    if (choice == TITLE_LOAD) {
+      if (!loadStory(&progress)) continue;
+    } else {
+      StartupChoice start;
+      while ((start = startupMenu()) == START_SOUND || start == START_BONUS) {
+        if (start == START_SOUND) configureSound();
+        else bonusMenu();
+      }
+      if (start == START_QUIT) return;
+      if (start == START_CONTINUE && !loadStory(&progress)) continue;
+    }
     if (!playStory(progress)) return;
   }
 }
@@ -373,7 +393,7 @@ static void deleteScreen(SCREEN screen) {
 }
 
 static void tearDown(void) {
-  hookInput(NULL, NULL, NULL, NULL);
+  hookInput(NULL, NULL, NULL, NULL, NULL);
   View_DetachAllScreen();
   closeStory();
   deleteScreen(mainScreen);
@@ -416,7 +436,7 @@ uint32_t __stdcall StartingProc(ZPKMODULE module) {
   const int corner[2] = {origin.x, origin.y};
   reportLine("client", 2, corner);
   if (buildScreens() && openStory(module, pictures[0])) {
-    hookInput(onKeyDown, onClose, onMouseMove, onButtonDown);
+    hookInput(onKeyDown, onClose, onMouseMove, onButtonDown, onRightButtonDown);
     UpdateWindow(window);
     reportLine("ready", 0, NULL);
     reportState();

@@ -20,9 +20,11 @@ void complain(const char* what, const char* name);
  * close box asked the game to end. */
 int takeAdvances(void);
 int quitRequested(void);
+/* Presses of Escape or the right button since the last call: the story's main menu. */
+int takeMenuRequests(void);
 /* Forgets the input noted so far, when a screen starts. */
 void forgetInput(void);
-/* The host's own screens (map, save, load) take the input themselves: the hooks step aside
+/* The host's own screens (map, menus, save, load) take the input themselves: the hooks step aside
  * while they run, all but the close box's. */
 void hostScreenBegins(void);
 void hostScreenEnds(void);
@@ -47,5 +49,34 @@ int playStory(Progress progress);
 int loadStory(Progress* progress);
 /* The title's music: started when the title shows, the song goes on over the map. */
 void playTitleMusic(void);
+void stopMusic(void);
+/* The picture the story's and the host's screens draw into, and showing it in the window. */
+GRAPHIC storyCanvas(void);
+void showCanvas(void);
+
+/* The start-up menu's buttons, by the ids the screen gives; its quit button gives -1. */
+typedef enum StartupChoice {
+  START_QUIT = -1,
+  START_NEW = 0,
+  START_CONTINUE = 1,
+  START_SOUND = 2,
+  START_BONUS = 3
+} StartupChoice;
+StartupChoice startupMenu(void);
+/* The sound configuration over what the window shows; its values act at once on the music
+ * playing, the voice and the message speed. */
+void configureSound(void);
+
+/* ---- bonus.c: the bonus menu and its galleries ------------------------------------------- */
+
+/* The CG mode's picture `position` (0 to DEMO_CG_POSITIONS - 1) has been seen. */
+void unlockPicture(int position);
+/* The bonus menu, the CG and music modes from it, until the player goes back. */
+void bonusMenu(void);
+
+/* ---- sequences.c: the opening and the staff roll ------------------------------------------ */
+
+void playOpening(void);
+void playStaffRoll(void);
 
 #endif

@@ -24,6 +24,10 @@ enum { DEMO_PLACE_COUNT = 3 };
 static const int kDemoPlaces[2 * DEMO_PLACE_COUNT] = {400, 1320, 1000, 820, 1500, 1080};
 static const char* const kDemoPlaceNames[DEMO_PLACE_COUNT] = {"LAKE", "PEAKS", "MEADOW"};
 
+/* The CG mode's pictures: a view of each place, then the ending. The table's cells stand four
+ * across, 144 by 112 apart from (8, 24). */
+enum { DEMO_CG_POSITIONS = DEMO_PLACE_COUNT + 1, DEMO_CG_CELL_LEFT = 8, DEMO_CG_CELL_TOP = 24, DEMO_CG_CELL_STEP_X = 144 };
+
 /* The scene's text window: a plate across the bottom of the client area, its text in lines of
  * DEMO_LINE_HEIGHT pixels with a rule under each. */
 enum {

@@ -78,6 +78,7 @@ static int sameText(const char* a, const char* b) {
 static KPCMSOUND chime, blip, voice;
 static MIDIMUSIC midiSong;
 static KPCMSOUND waveSong;
+static char songPlaying[24]; /* the song's name without its extension, empty when quiet */
 
 static KPCMSOUND readWave(const char* name) {
   KFILE file = File_OpenFile(name, FILE_READ);
@@ -93,7 +94,8 @@ static void playEffect(KPCMSOUND sound) {
   PCM_PlayWave(sound, 0, NULL);
 }
 
-static void stopMusic(void) {
+void stopMusic(void) {
+  songPlaying[0] = 0;
   if (midiSong) {
     MIDI_StopMidi(midiSong);
     MIDI_Delete(midiSong);
@@ -106,16 +108,19 @@ static void stopMusic(void) {
   }
 }
 
+static int midiChosen(void) {
+  return ZPK_GetProfileInt("Config", "BgmSelection", 1) != 0 || ZPK_GetProfileInt("Installed", "WaveBGMFile", 0) == 0;
+}
+
 /* MIDI when the configuration chooses it and a device plays it; else the song's rendering. */
 static void playMusic(const char* song) {
   char name[32];
   int length = 0;
   for (const char* c = song; *c && length < 20; ++c) name[length++] = *c;
   stopMusic();
+  for (int i = 0; i <= length; ++i) songPlaying[i] = i < length ? name[i] : 0;
   const uint32_t volume = stepVolume(configValue("VolumeOfBGM", 8, 8));
-  const int midiChosen = ZPK_GetProfileInt("Config", "BgmSelection", 1) != 0 ||
-                         ZPK_GetProfileInt("Installed", "WaveBGMFile", 0) == 0;
-  if (midiChosen) {
+  if (midiChosen()) {
     for (const char* c = ".mid"; *c; ++c) name[length++] = *c;
     name[length] = 0;
     KFILE file = File_OpenFile(name, FILE_READ);
@@ -136,6 +141,7 @@ static void playMusic(const char* song) {
   name[length] = 0;
   if (!(waveSong = readWave(name))) {
     complain("cannot read", name);
+    songPlaying[0] = 0;
     return;
   }
   PCM_SetVolume(waveSong, volume, volume);
@@ -163,15 +169,25 @@ static void speak(int index) {
 
 /* ---- The story's screens ------------------------------------------------------------------- */
 
-static GRAPHIC landscape, ending, labels[DEMO_PLACE_COUNT], canvas;
+/* The backdrop keeps what the canvas showed while a menu draws over it. */
+static GRAPHIC landscape, ending, labels[DEMO_PLACE_COUNT], canvas, backdrop;
 static SCREEN canvasScreen;
 static HFONT font;
 
 /* The canvas, a picture of the client area's size, is what the window shows of the story. */
-static void showCanvas(void) {
+void showCanvas(void) {
   View_DetachAllScreen();
   View_AttachScreen(canvasScreen, NULL, 0);
   graphic_InvalidateRect(canvas, NULL);
+}
+
+GRAPHIC storyCanvas(void) { return canvas; }
+
+static void keepCanvas(void) { graphic_DrawBitmapToBitmap(canvas, backdrop, 0, 0, NULL, 0, 0); }
+
+static void restoreCanvas(void) {
+  graphic_DrawBitmapToBitmap(backdrop, canvas, 0, 0, NULL, 0, 0);
+  showCanvas();
 }
 
 /* The landscape around `place`'s point, or the title's view before a place is chosen. */
@@ -230,23 +246,102 @@ static uint32_t textLength(const char* text) {
   return length;
 }
 
+/* Where the story goes after a scene entry or the main menu. */
+typedef enum Flow { FLOW_ON, FLOW_QUIT, FLOW_TITLE, FLOW_LOADED } Flow;
+enum { MENU_SAVE = 0, MENU_LOAD = 1, MENU_SOUND = 2, MENU_TITLE = 4, MENU_QUIT = 5 };
+
+static Progress current, loaded; /* the story's progress, and a save's that the main menu loaded */
+static uint32_t charactersPerTick;
+
+static void offerSave(Progress progress);
+
+/* Reads the configuration again and applies it at once: the voice's volume, the message speed,
+ * and the music's source (the song starts again from MIDI or from its wave). */
+static void applySoundConfig(void) {
+  const uint32_t voiceVolume = stepVolume(configValue("VolumeOfVoice", 8, 8));
+  if (voice) PCM_SetVolume(voice, voiceVolume, voiceVolume);
+  charactersPerTick = 1u << configValue("MessageSpeed", 2, 4);
+  if (songPlaying[0] && (midiSong != NULL) != midiChosen()) {
+    char song[sizeof songPlaying];
+    for (uint32_t i = 0; i < sizeof song; ++i) song[i] = songPlaying[i];
+    playMusic(song);
+  }
+  const int values[4] = {(int)ZPK_GetProfileInt("Config", "BgmSelection", 1), (int)configValue("VolumeOfBGM", 8, 8),
+                         (int)configValue("VolumeOfVoice", 8, 8), (int)configValue("MessageSpeed", 2, 4)};
+  reportLine("config", 4, values);
+}
+
+/* The sound configuration over the backdrop, into the canvas. */
+static void soundScreen(void) {
+  reportWords("screen", "sound");
+  hostScreenBegins();
+  Nodali_SoundConfigMenu(canvas, backdrop, midiSong, waveSong);
+  hostScreenEnds();
+  applySoundConfig();
+}
+
+void configureSound(void) {
+  keepCanvas();
+  soundScreen();
+  restoreCanvas();
+}
+
+StartupChoice startupMenu(void) {
+  showCanvas();
+  reportWords("screen", "startup");
+  hostScreenBegins();
+  const int32_t choice = Nodali_StartupMenu(canvas, 3);
+  hostScreenEnds();
+  reportLine("start", 1, &choice);
+  return choice >= START_NEW && choice <= START_BONUS ? (StartupChoice)choice : START_QUIT;
+}
+
+/* The main menu over the scene: save, load, the sound configuration, back to the title, quit,
+ * or back to the scene (right button, or its way out). */
+static Flow mainMenu(void) {
+  keepCanvas();
+  reportWords("screen", "menu");
+  hostScreenBegins();
+  const int32_t choice = Nodali_MainMenu(canvas, backdrop);
+  hostScreenEnds();
+  reportLine("menu", 1, &choice);
+  Flow flow = FLOW_ON;
+  switch (choice) {
+    case MENU_SAVE: offerSave(current); break;
+    case MENU_LOAD:
+      if (loadStory(&loaded)) flow = FLOW_LOADED;
+      break;
+    case MENU_SOUND: soundScreen(); break;
+    case MENU_TITLE: flow = FLOW_TITLE; break;
+    case MENU_QUIT: flow = FLOW_QUIT; break;
+  }
+  if (flow == FLOW_ON) restoreCanvas();
+  forgetInput();
+  return flow;
+}
+
 /* Shows entry `index` at the message speed while its voice plays, and waits for the player to
- * go on: an advance while the text runs shows it whole. 0 if the player ended the game. */
-static int showEntry(int index, int place) {
+ * go on: an advance while the text runs shows it whole; Escape or the right button opens the
+ * main menu. */
+static Flow showEntry(int index, int place) {
   const Entry* entry = &entries[index];
   const uint32_t length = textLength(entry->text);
-  const uint32_t perTick = 1u << configValue("MessageSpeed", 2, 4);
+  charactersPerTick = 1u << configValue("MessageSpeed", 2, 4);
   const int numbers[2] = {index, place};
   reportLine("screen scene", 2, numbers);
   drawBackground(place);
   speak(index);
   uint32_t characters = 0, shownBytes = (uint32_t)-1;
   for (;;) {
-    if (quitRequested()) return 0;
+    if (quitRequested()) return FLOW_QUIT;
+    if (takeMenuRequests()) {
+      const Flow flow = mainMenu();
+      if (flow != FLOW_ON) return flow;
+    }
     const int advances = takeAdvances();
     const uint32_t bytes = prefixBytes(entry->text, characters);
     if (bytes == length && advances) break;
-    characters = advances ? length : characters + perTick;
+    characters = advances ? length : characters + charactersPerTick;
     const uint32_t now = prefixBytes(entry->text, characters);
     if (now != shownBytes) {
       drawTextWindow(entry->text, now);
@@ -256,16 +351,18 @@ static int showEntry(int index, int place) {
     Sleep(REVEAL_TICK_MS);
   }
   playEffect(chime);
-  return 1;
+  return FLOW_ON;
 }
 
 /* Every entry of the script's part `part`. */
-static int playPart(const char* part, int place) {
+static Flow playPart(const char* part, int place) {
   forgetInput();
   for (int i = 0; i < entryCount; ++i) {
-    if (sameText(entries[i].part, part) && !showEntry(i, place)) return 0;
+    if (!sameText(entries[i].part, part)) continue;
+    const Flow flow = showEntry(i, place);
+    if (flow != FLOW_ON) return flow;
   }
-  return 1;
+  return FLOW_ON;
 }
 
 /* The listener that the map scene calls at the decision: its table's slot 1 is a member
@@ -393,11 +490,14 @@ int loadStory(Progress* progress) {
 
 /* ---- The story ----------------------------------------------------------------------------- */
 
-/* The ending's picture and song until the player goes back to the title. */
+/* The staff roll, then the ending's picture and song until the player goes back to the title. */
 static int showEnding(void) {
+  playStaffRoll();
+  if (quitRequested()) return 0;
   graphic_DrawBitmapToBitmap(ending, canvas, 0, 0, NULL, 0, 0);
   showCanvas();
   playMusic("ending");
+  unlockPicture(DEMO_PLACE_COUNT);
   forgetInput();
   reportWords("screen", "ending");
   while (!takeAdvances()) {
@@ -408,26 +508,36 @@ static int showEnding(void) {
   return 1;
 }
 
-/* The scenes are quiet but for the voices; the title's song comes back over the map. */
-int playStory(Progress progress) {
+/* The story from `progress` to the ending or until the main menu leads elsewhere. The scenes
+ * are quiet but for the voices; the title's song comes back over the map. */
+static Flow playFrom(Progress progress) {
   showCanvas();
   stopMusic();
-  if (progress.stage == STAGE_INTRO) {
-    if (!playPart("intro", -1)) return 0;
+  current = progress;
+  Flow flow;
+  if (current.stage == STAGE_INTRO) {
+    if ((flow = playPart("intro", -1)) != FLOW_ON) return flow;
     playMusic("title");
-    progress.place = choosePlace();
-    progress.stage = STAGE_PLACE;
+    current.place = choosePlace();
+    current.stage = STAGE_PLACE;
     stopMusic();
   }
-  if (progress.stage == STAGE_PLACE) {
+  if (current.stage == STAGE_PLACE) {
     char part[] = "place0";
-    part[5] = (char)('0' + progress.place);
-    if (!playPart(part, progress.place)) return 0;
-    progress.stage = STAGE_OUTRO;
-    offerSave(progress);
+    part[5] = (char)('0' + current.place);
+    unlockPicture(current.place);
+    if ((flow = playPart(part, current.place)) != FLOW_ON) return flow;
+    current.stage = STAGE_OUTRO;
+    offerSave(current);
   }
-  if (!playPart("outro", progress.place)) return 0;
-  return showEnding();
+  if ((flow = playPart("outro", current.place)) != FLOW_ON) return flow;
+  return showEnding() ? FLOW_TITLE : FLOW_QUIT;
+}
+
+int playStory(Progress progress) {
+  Flow flow;
+  while ((flow = playFrom(progress)) == FLOW_LOADED) progress = loaded;
+  return flow == FLOW_TITLE;
 }
 
 static GRAPHIC readPicture(const char* name) {
@@ -450,8 +560,9 @@ int openStory(ZPKMODULE module, GRAPHIC title) {
   if (!(ending = readPicture("ending.mqi"))) return 0;
   font = CreateFontA(-DEMO_FONT_HEIGHT, 0, 0, 0, FW_NORMAL, 0, 0, 0, SHIFTJIS_CHARSET, 0, 0, 0, 0, DEMO_FACE);
   canvas = graphic_CreateBitmap(DEMO_CLIENT_WIDTH, DEMO_CLIENT_HEIGHT, 24);
+  backdrop = graphic_CreateBitmap(DEMO_CLIENT_WIDTH, DEMO_CLIENT_HEIGHT, 24);
   RECT whole = {0, 0, DEMO_CLIENT_WIDTH - 1, DEMO_CLIENT_HEIGHT - 1};
-  if (!font || !canvas || !(canvasScreen = View_Create(canvas, &whole, NULL))) {
+  if (!font || !canvas || !backdrop || !(canvasScreen = View_Create(canvas, &whole, NULL))) {
     complain("cannot make", "the story's picture");
     return 0;
   }
@@ -474,6 +585,7 @@ void closeStory(void) {
   WaveMixer_Close();
   if (canvasScreen) View_Delete(canvasScreen);
   if (canvas) graphic_DeleteBitmap(canvas);
+  if (backdrop) graphic_DeleteBitmap(backdrop);
   if (ending) graphic_DeleteBitmap(ending);
   for (int i = 0; i < DEMO_PLACE_COUNT; ++i) {
     if (labels[i]) graphic_DeleteBitmap(labels[i]);

@@ -4,10 +4,10 @@
 # the tour visits every screen of the game by keys and clicks, saves a screenshot of each and
 # records the sound to a WAV file. With --keys, --pointer, --click or --screenshot a headless run
 # shows only the title instead: it waits for the first frame, moves the pointer into the window,
-# presses the keys, clicks if asked, saves one screenshot, and ends the game with Escape. The
-# game is killed only if Escape does not end it. A headless run has a Wine prefix of its own:
-# the processes of one wineserver must share one X display, and the project's prefix may be
-# serving a test run on another.
+# presses the keys, clicks if asked, saves one screenshot, and ends the game with Escape; the
+# tour ends it with the main menu's quit. The game is killed only if it does not end. A headless
+# run has a Wine prefix of its own: the processes of one wineserver must share one X display,
+# and the project's prefix may be serving a test run on another.
 set -u
 usage="usage: demo.sh [--build ROOT] [--headless] [--tour DIR] [--screenshot PNG] [--report FILE]
                 [--pointer X,Y] [--keys 'KEY ...'] [--click] [--wineprefix DIR]
@@ -60,8 +60,9 @@ fi
 windows_path() { local path="$1"; echo "Z:${path//\//\\}"; }
 
 if [ $headless = 0 ]; then
-  echo "demo: Enter plays, L loads; on the title the arrow keys scroll, the mouse moves the lens and"
-  echo "      a click swaps the picture; in the story Enter or a click goes on; Escape ends"
+  echo "demo: on the title Enter opens the start-up menu, L loads, Escape ends; the arrow keys scroll,"
+  echo "      the mouse moves the lens and a click swaps the picture; in the story Enter or a click"
+  echo "      goes on, Escape or the right button opens the main menu"
   runa1_wine_prefix
   exec wine "$host" "$(windows_path "$module")"
 fi
@@ -84,9 +85,10 @@ if [ $tour = 1 ]; then
   runa1_wine_audio_pulse
   rm -rf "$tourDir" "$root/win32/demo/saves"
   mkdir -p "$tourDir"
-  # Voices at half their volume, one step below the top, so that the recording shows that the
-  # game follows the sound configuration.
-  wine reg add 'HKCU\Software\Runa1\Demo\Config' /v VolumeOfVoice /t REG_DWORD /d 7 /f >/dev/null 2>&1
+  # The sound configuration as a fresh installation has it: the tour sets the voice one step
+  # down on the configuration screen, and the recording shows that the game follows it.
+  wine reg delete 'HKCU\Software\Runa1\Demo\Config' /f >/dev/null 2>&1
+  wine reg delete 'HKCU\Software\Runa1\Demo\Gallery' /f >/dev/null 2>&1
   bash "$here/pulse-record.sh" start "$tourDir/sound.raw"
   for _ in $(seq 100); do [ -f "$tourDir/sound.raw.started" ] && break; sleep 0.05; done
 fi
@@ -146,9 +148,23 @@ show_lens() {
 }
 # A spot of the window where no control lies: the keys go to the window under the pointer.
 away() { point 600 20; }
+# A left click at a client point, once the screen under it has seen the pointer arrive.
+click_at() {
+  point "$1" "$2"
+  sleep 0.3
+  xdotool click 1
+}
 
 wait_for ready
 read -r _ left top < <(grep '^client ' "$report")
+# The opening, cut short with the right button while its title card stands: the card has faded
+# in by 1.5 s and fades out at 4 s.
+wait_for "screen opening"
+away
+sleep 2.5
+[ $tour = 1 ] && snap "$tourDir/opening.png"
+xdotool click 3
+wait_for "opening "
 if [ $tour = 0 ]; then
   show_lens "${pointer%,*}" "${pointer#*,}"
   for key in $keys; do
@@ -158,19 +174,44 @@ if [ $tour = 0 ]; then
   [ $click = 1 ] && xdotool click 1
   settle
   snap "$screenshot"
+  xdotool key Escape
 else
-  # The title with the lens, the first entry of the story, the map, the place chosen (the
-  # second, to the right of the first), the save screen (its first slot taken), the last entry,
-  # the ending, back to the title, the load screen and the story loaded from the save.
+  # After the opening: the title with the lens; the start-up menu; the sound configuration, where the voice goes
+  # one step down; a new game: the first entry of the story, the main menu over it (left with
+  # the right button), the map, the place chosen (the second, to the right of the first), the
+  # save screen (its first slot taken), the last entry, the staff roll, the ending; back to the title, the
+  # start-up menu's bonus menu: the CG mode with the pictures seen, the viewer of the second
+  # place's, the music mode playing the first track; the start-up menu's continue: the load
+  # screen and the story loaded from the save; the main menu's quit and its confirmation box.
   show_lens 560 130
   wait_for "music "
   settle
   snap "$tourDir/title.png"
   away
   xdotool key Return
+  wait_for "screen startup"
+  settle
+  snap "$tourDir/startup.png"
+  click_at 320 240  # SOUND
+  wait_for "screen sound"
+  click_at 312 259  # the voice volume's left arrow
+  away
+  sleep 1
+  snap_still "$tourDir/sound.png"
+  click_at 556 447  # the way out
+  wait_for "config "
+  wait_for "screen startup" 2
+  click_at 320 130  # NEW GAME
+  away
   wait_for "text shown"
   settle
   snap "$tourDir/scene.png"
+  xdotool key Escape
+  wait_for "screen menu"
+  settle
+  snap "$tourDir/menu.png"
+  xdotool click 3
+  wait_for "menu -1"
   sleep 1
   xdotool key Return
   wait_for "text shown" 2
@@ -193,39 +234,76 @@ else
   away
   settle
   snap "$tourDir/save.png"
-  point 56 90
-  sleep 0.3
-  xdotool click 1
+  click_at 56 90
   wait_for "saved "
   wait_for "text shown" 4
   xdotool key Return
+  wait_for "screen roll"
+  sleep 3  # the first picture has faded in by 2 s and stands until 4.4 s
+  snap "$tourDir/roll.png"
+  xdotool click 3
   wait_for "screen ending"
   settle
   snap "$tourDir/ending.png"
   xdotool key Return
   wait_for "screen title" 2
-  xdotool key l
+  xdotool key Return
+  wait_for "screen startup" 3
+  click_at 320 295  # BONUS
+  wait_for "screen bonus"
+  away
+  settle
+  snap "$tourDir/bonus.png"
+  click_at 320 185  # CG MODE
+  wait_for "screen cg"
+  away
+  sleep 1
+  snap_still "$tourDir/cg.png"
+  click_at 216 72  # the second place's picture
+  sleep 1
+  snap_still "$tourDir/cgview.png"
+  xdotool click 3  # out of the viewer; the pointer goes back where it was
+  sleep 1
+  click_at 608 454  # BACK
+  wait_for "cg "
+  wait_for "screen bonus" 2
+  click_at 320 240  # MUSIC MODE
+  wait_for "screen tracks"
+  click_at 160 44  # the first track, the title's song
+  away
+  sleep 1
+  snap_still "$tourDir/tracks.png"
+  click_at 587 443  # BACK
+  wait_for "tracks "
+  wait_for "screen bonus" 3
+  click_at 320 295  # BACK
+  wait_for "screen startup" 4
+  click_at 320 185  # CONTINUE
   wait_for "screen load"
   away
   settle
   snap "$tourDir/load.png"
-  point 56 90
-  sleep 0.3
-  xdotool click 1
+  click_at 56 90
   wait_for "loaded "
   away
   wait_for "text shown" 5
   settle
   snap "$tourDir/loaded.png"
   sleep 1
+  xdotool key Escape
+  wait_for "screen menu" 2
+  click_at 208 359  # QUIT
+  away
+  sleep 1
+  snap_still "$tourDir/quit.png"
+  click_at 246 276  # yes
 fi
-xdotool key Escape
 for _ in $(seq 100); do
   kill -0 "$game" 2>/dev/null || break
   sleep 0.1
 done
 if kill -0 "$game" 2>/dev/null; then
-  echo "demo.sh: the game did not end on Escape; killing it" >&2
+  echo "demo.sh: the game did not end; killing it" >&2
   status=1
 else
   wait "$game"
@@ -240,6 +318,6 @@ for _ in $(seq 100); do [ -f "$tourDir/sound.raw.done" ] && break; sleep 0.05; d
 sox -t raw -r 44100 -e signed -b 16 -c 2 "$tourDir/sound.raw" "$tourDir/sound.wav"
 rm -f "$tourDir"/sound.raw.*
 echo "demo: the tour's screenshots and recording:"
-for file in title scene map place save ending load loaded; do echo "  $tourDir/$file.png"; done
+for file in opening title startup sound scene menu map place save roll ending bonus cg cgview tracks load loaded quit; do echo "  $tourDir/$file.png"; done
 echo "  $tourDir/sound.wav"
 exit $status

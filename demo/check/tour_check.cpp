@@ -42,6 +42,13 @@ bool onRule(int32_t x, int32_t y) {
   return false;
 }
 
+bool inAny(const std::vector<DemoRect>& rects, int32_t x, int32_t y) {
+  for (const DemoRect& rect : rects) {
+    if (x >= rect.left && x <= rect.right && y >= rect.top && y <= rect.bottom) return true;
+  }
+  return false;
+}
+
 }  // namespace
 
 std::vector<std::string> checkScene(const Picture& screenshot, int32_t left, int32_t top, const Picture& landscape,
@@ -133,6 +140,72 @@ std::vector<std::string> checkMapLabel(const Picture& screenshot, int32_t left, 
     }
   }
   return {"the chosen place's label is not in the middle of the map"};
+}
+
+std::vector<std::string> checkOverlay(const Picture& screenshot, int32_t left, int32_t top, const Picture& overlay,
+                                      const Picture& alpha, const Picture& ground,
+                                      const std::vector<DemoRect>& controls) {
+  for (const Picture* picture : {&screenshot, &ground}) {
+    std::string unusable = clientAreaProblem(*picture, left, top);
+    if (!unusable.empty()) return {unusable};
+  }
+  if (overlay.width != DEMO_CLIENT_WIDTH || overlay.height != DEMO_CLIENT_HEIGHT || alpha.width != overlay.width ||
+      alpha.height != overlay.height) {
+    return {"the overlay and its alpha plane are not of the client area's size"};
+  }
+  Problems problems;
+  for (int32_t y = 0; y < DEMO_CLIENT_HEIGHT; ++y) {
+    for (int32_t x = 0; x < DEMO_CLIENT_WIDTH; ++x) {
+      const uint32_t opacity = demo_art::colourAt(alpha, x, y) & 0xFF;
+      if ((opacity != 0 && opacity != 0xFF) || inAny(controls, x, y)) continue;
+      const uint32_t shown = demo_art::colourAt(screenshot, left + x, top + y);
+      const uint32_t wanted = opacity ? demo_art::colourAt(overlay, x, y) : demo_art::colourAt(ground, left + x, top + y);
+      if (!closeColours(shown, wanted)) problems.Pixel(opacity ? "overlay" : "ground", x, y, shown, wanted);
+    }
+  }
+  return problems.Take();
+}
+
+std::vector<std::string> checkComposition(const Picture& screenshot, int32_t left, int32_t top, const Picture& ground,
+                                          const std::vector<Piece>& pieces, const std::vector<DemoRect>& controls) {
+  std::string unusable = clientAreaProblem(screenshot, left, top);
+  if (!unusable.empty()) return {unusable};
+  if (ground.width < DEMO_CLIENT_WIDTH || ground.height < DEMO_CLIENT_HEIGHT) return {"the ground is smaller than the client area"};
+  Problems problems;
+  for (int32_t y = 0; y < DEMO_CLIENT_HEIGHT; ++y) {
+    for (int32_t x = 0; x < DEMO_CLIENT_WIDTH; ++x) {
+      if (inAny(controls, x, y)) continue;
+      uint32_t wanted = demo_art::colourAt(ground, x, y);
+      const char* what = "ground";
+      for (const Piece& piece : pieces) {
+        const int32_t px = x - piece.x, py = y - piece.y;
+        if (px < 0 || py < 0 || px >= piece.picture->width || py >= piece.picture->height) continue;
+        wanted = demo_art::colourAt(*piece.picture, px, py);
+        what = "piece";
+      }
+      const uint32_t shown = demo_art::colourAt(screenshot, left + x, top + y);
+      if (!closeColours(shown, wanted)) problems.Pixel(what, x, y, shown, wanted);
+    }
+  }
+  return problems.Take();
+}
+
+std::vector<std::string> checkInset(const Picture& screenshot, int32_t left, int32_t top, const Picture& inset,
+                                    int32_t x, int32_t y) {
+  std::string unusable = clientAreaProblem(screenshot, left, top);
+  if (!unusable.empty()) return {unusable};
+  if (x < 0 || y < 0 || x + inset.width > DEMO_CLIENT_WIDTH || y + inset.height > DEMO_CLIENT_HEIGHT) {
+    return {"the inset does not lie within the client area"};
+  }
+  Problems problems;
+  for (int32_t dy = 0; dy < inset.height; ++dy) {
+    for (int32_t dx = 0; dx < inset.width; ++dx) {
+      const uint32_t shown = demo_art::colourAt(screenshot, left + x + dx, top + y + dy);
+      const uint32_t wanted = demo_art::colourAt(inset, dx, dy);
+      if (!closeColours(shown, wanted)) problems.Pixel("inset", x + dx, y + dy, shown, wanted);
+    }
+  }
+  return problems.Take();
 }
 
 std::vector<float> decimate(const std::vector<float>& samples, size_t factor) {

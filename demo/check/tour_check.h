@@ -29,6 +29,27 @@ std::vector<std::string> checkSavePage(const Picture& screenshot, int32_t left, 
 // scene puts its centre (its size minus one, halved), within a pixel.
 std::vector<std::string> checkMapLabel(const Picture& screenshot, int32_t left, int32_t top, const Picture& label);
 
+// A host screen drawn over what the window showed before (`ground`, a screenshot with its client
+// area at the same place): where `alpha` (the overlay's grey alpha plane) is opaque the client
+// area shows `overlay`, where it is clear it shows `ground`; partly clear pixels are not judged,
+// nor those of the screen's `controls` (inclusive rectangles), which it draws over the overlay.
+std::vector<std::string> checkOverlay(const Picture& screenshot, int32_t left, int32_t top, const Picture& overlay,
+                                      const Picture& alpha, const Picture& ground,
+                                      const std::vector<DemoRect>& controls = {});
+
+// A host screen of bitmaps: `ground` (the client area's size) with `pieces` drawn over it at
+// their client points, but for the screen's `controls`, which are not judged.
+struct Piece {
+  const Picture* picture;
+  int32_t x, y;
+};
+std::vector<std::string> checkComposition(const Picture& screenshot, int32_t left, int32_t top, const Picture& ground,
+                                          const std::vector<Piece>& pieces, const std::vector<DemoRect>& controls);
+
+// The client area shows `inset` with its top left at client point (x, y).
+std::vector<std::string> checkInset(const Picture& screenshot, int32_t left, int32_t top, const Picture& inset,
+                                    int32_t x, int32_t y);
+
 // Mono samples of a 16-bit wave or raw recording, averaged over `factor` frames: the same low
 // pass for the recording and for the game's files, so that their shapes can be compared.
 std::vector<float> decimate(const std::vector<float>& samples, size_t factor);

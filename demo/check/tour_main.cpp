@@ -6,8 +6,10 @@
 #include <sstream>
 
 #include "base/library.h"
+#include "demo/art/demo_art.h"
 #include "demo/check/frame_check.h"
 #include "demo/check/tour_check.h"
+#include "demo/menus/menu_art.h"
 #include "files/file_obj.h"
 #include "sound/wave/wave_file.h"
 #include "tests/sound/analysis/audio_analysis.h"
@@ -16,8 +18,11 @@ namespace {
 
 const char kUsage[] =
     "usage: demo_tour_check --tour DIR --pictures DIR --report FILE\n"
-    "Checks the screenshots that scripts/demo.sh's tour saved in DIR (title, scene, map, place,\n"
-    "save, ending, load, loaded) against the game's files in --pictures, and that its recording\n"
+    "Checks the screenshots that scripts/demo.sh's tour saved in DIR (title, startup, sound,\n"
+    "scene, menu, quit, bonus, cg, cgview, tracks, opening, roll, map, place, save, ending,\n"
+    "load, loaded)\n"
+    "against the game's files in\n"
+    "--pictures (the menus' bitmaps in its menus/ folder), and that its recording\n"
     "DIR/sound.raw holds the title's music and the first voice, this at the half volume the tour\n"
     "sets. The report is the file the game wrote through RUNA1_DEMO_REPORT. Exit code 0 if\n"
     "everything is there.\n";
@@ -91,6 +96,48 @@ int report(const std::string& what, const std::vector<std::string>& problems) {
   return 1;
 }
 
+// The bonus menu with no button lit; the CG mode with the second place's and the ending's
+// thumbnails, the others locked; the viewer showing the second place's picture from its top
+// left; the music mode with the first track lit and MIDI chosen. The sliders are the screens'.
+int checkBonusScreens(const std::string& tour, const std::string& menus, int32_t left, int32_t top) {
+  const char* const names[] = {"startup.tree/yodan.bmp", "cgmode.tree/cg.bmp",       "cgmode.tree/bg501.bmp",
+                               "cgmode.tree/bg503.bmp",  "gallery.tree/bg5010.bmp",  "musicmod.tree/music.bmp",
+                               "musicmod.tree/m01.bmp",  "musicmod.tree/mmidon.bmp"};
+  std::vector<Picture> bitmaps(std::size(names));
+  std::string error;
+  for (size_t i = 0; i < bitmaps.size(); ++i) {
+    if (!readPicture(menus + names[i], &bitmaps[i], &error)) return std::cerr << "demo_tour_check: " << error << "\n", 1;
+  }
+  const Picture &bonus = bitmaps[0], &cg = bitmaps[1], &placeThumbnail = bitmaps[2], &endingThumbnail = bitmaps[3],
+                &placePicture = bitmaps[4], &music = bitmaps[5], &firstTrack = bitmaps[6], &midi = bitmaps[7];
+  const std::vector<DemoRect> cgSlider = {{591, 58, 622, 374}}, musicSlider = {{306, 427, 469, 457}};
+  const int32_t cellTop = DEMO_CG_CELL_TOP, secondCell = DEMO_CG_CELL_LEFT + DEMO_CG_CELL_STEP_X;
+  const int32_t fourthCell = DEMO_CG_CELL_LEFT + 3 * DEMO_CG_CELL_STEP_X;
+  const struct {
+    const char* shot;
+    const Picture& ground;
+    std::vector<demo_check::Piece> pieces;
+    const std::vector<DemoRect>& controls;
+  } screens[] = {
+      {"bonus", bonus, {}, {}},
+      {"cg", cg, {{&placeThumbnail, secondCell, cellTop}, {&endingThumbnail, fourthCell, cellTop}}, cgSlider},
+      {"cgview", placePicture, {}, {}},
+      {"tracks", music, {{&firstTrack, 8, 24}, {&midi, 128, 424}}, musicSlider},
+  };
+  int failures = 0;
+  for (const auto& screen : screens) {
+    Picture picture;
+    if (!readPicture(tour + "/" + screen.shot + ".png", &picture, &error)) {
+      std::cerr << "demo_tour_check: " << error << "\n";
+      ++failures;
+      continue;
+    }
+    failures += report(screen.shot,
+                       demo_check::checkComposition(picture, left, top, screen.ground, screen.pieces, screen.controls));
+  }
+  return failures;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -141,7 +188,52 @@ int main(int argc, char** argv) {
   title.pointerX = 560;
   title.pointerY = 130;
   failures += !shot("title", &picture) || report("title", demo_check::compareFrame(picture, left, top, titlePictures, title));
-  failures += !shot("scene", &picture) || report("scene", demo_check::checkScene(picture, left, top, landscape, -1, 2));
+  // The start-up menu of kind 3 with no button lit; the sound configuration over it, MIDI chosen.
+  Picture startup, scene, menu, bitmap, alpha;
+  const std::string menus = pictures + "/menus/";
+  auto menuBitmap = [&](const std::string& name, Picture* bitmap) {
+    if (readPicture(menus + name, bitmap, &error)) return true;
+    std::cerr << "demo_tour_check: " << error << "\n";
+    return false;
+  };
+  failures += !shot("startup", &startup) || !menuBitmap("startup.tree/start3.bmp", &bitmap) ||
+              report("startup", demo_check::checkWholeFrame(startup, left, top, bitmap));
+  if (shot("sound", &picture) && menuBitmap("soundcfg.tree/option.bmp", &bitmap) &&
+      menuBitmap("soundcfg.tree/optiona.bmp", &alpha)) {
+    // The source buttons and the three sliders with their arrows.
+    const std::vector<DemoRect> controls = {{270, 84, 374, 119}, {417, 84, 521, 119}, {306, 162, 486, 192},
+                                            {306, 244, 486, 274}, {306, 326, 486, 356}};
+    std::vector<std::string> problems = demo_check::checkOverlay(picture, left, top, bitmap, alpha, startup, controls);
+    const struct {
+      const char* what;
+      int32_t x, y;
+      uint32_t colour;
+    } sources[] = {{"MIDI chosen", 417 + 5, 84 + 5, demo_menus::kLitColour},
+                   {"wave not chosen", 270 + 5, 84 + 5, demo_menus::kPlateColour}};
+    for (const auto& source : sources) {
+      if (!demo_check::closeColours(demo_art::colourAt(picture, left + source.x, top + source.y), source.colour)) {
+        problems.push_back(std::string(source.what) + ": its button does not show it");
+      }
+    }
+    failures += report("sound", problems);
+  } else {
+    ++failures;
+  }
+  failures += !shot("scene", &scene) || report("scene", demo_check::checkScene(scene, left, top, landscape, -1, 2));
+  // The main menu over the scene as it stood; its quit box in the middle of the client area.
+  failures += !shot("menu", &menu) || !menuBitmap("mainmenu.tree/menu.bmp", &bitmap) ||
+              !menuBitmap("mainmenu.tree/menuc.bmp", &alpha) ||
+              report("menu", demo_check::checkOverlay(menu, left, top, bitmap, alpha, scene));
+  failures += !shot("quit", &picture) || !menuBitmap("mainmenu.tree/diquit.bmp", &bitmap) ||
+              report("quit", demo_check::checkInset(picture, left, top, bitmap, (DEMO_CLIENT_WIDTH - bitmap.width) / 2,
+                                                    (DEMO_CLIENT_HEIGHT - bitmap.height) / 2));
+  failures += checkBonusScreens(tour, pictures + "/menus/", left, top);
+  // The opening's title card and the staff roll's first picture, each while it stands.
+  for (const char* sequence : {"opening", "roll"}) {
+    const std::string card = std::string(sequence) == "opening" ? "bg6690.bmp" : "bg6460.bmp";
+    failures += !shot(sequence, &picture) || !menuBitmap("sequence.tree/" + card, &bitmap) ||
+                report(sequence, demo_check::checkWholeFrame(picture, left, top, bitmap));
+  }
   failures += !shot("map", &picture) || report("map", demo_check::checkMapLabel(picture, left, top, label));
   failures += !shot("place", &picture) ||
               report("place", demo_check::checkScene(picture, left, top, landscape, kChosenPlace, 2));

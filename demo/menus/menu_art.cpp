@@ -9,8 +9,6 @@ namespace {
 using screen_art::Box;
 using screen_art::Canvas;
 
-int32_t captionWidth(const std::string& text, int32_t scale) { return (int32_t(text.size()) * 6 - 1) * scale; }
-
 // A button's face: a plate with a frame and its caption in the middle.
 Canvas buttonFace(const std::string& text, bool lit) {
   Canvas face(kButtonWidth, kButtonHeight, lit ? kLitColour : kPlateColour);
@@ -36,6 +34,29 @@ Canvas menuGround(const std::string& title, const std::vector<MenuButton>& butto
   return ground;
 }
 
+// A confirmation box: its question over the yes and no plates where the screens put them.
+Canvas confirmationBox(const std::string& question) {
+  Canvas box(kBoxWidth, kBoxHeight, kGroundColour);
+  box.Frame(Box{0, 0, kBoxWidth, kBoxHeight}, kLitColour, 2);
+  caption(box, (kBoxWidth - captionWidth(question, 2)) / 2, 36, question, 2, kCaptionColour);
+  captionedPlate(box, kBoxYes, "YES", 2);
+  captionedPlate(box, kBoxNo, "NO", 2);
+  return box;
+}
+
+}  // namespace
+
+int32_t captionWidth(const std::string& text, int32_t scale) { return (int32_t(text.size()) * 6 - 1) * scale; }
+
+void captionedPlate(Canvas& canvas, const Box& box, const std::string& text, int32_t scale, bool lit) {
+  canvas.Fill(box, lit ? kLitColour : kPlateColour);
+  canvas.Frame(box, lit ? 0xFFF0C0 : 0x5070A0, 2);
+  caption(canvas, box.left + (box.right - box.left - captionWidth(text, scale)) / 2,
+          box.top + (box.bottom - box.top - 7 * scale) / 2, text, scale, lit ? kLitCaptionColour : kCaptionColour);
+}
+
+namespace {
+
 // A plate whose outermost pixels are transparent, for the bitmaps with an alpha plane.
 Canvas edgedPlate(int32_t width, int32_t height, uint32_t colour) {
   Canvas plate(width, height, colour);
@@ -56,7 +77,8 @@ std::vector<MenuButton> startupButtons(int kind) {
 
 int32_t firstButtonTop(int kind) { return kind == 1 ? 159 : kind == 2 ? 131 : 104; }
 
-void caption(Canvas& canvas, int32_t x, int32_t y, const std::string& text, int32_t scale, uint32_t colour) {
+void caption(Canvas& canvas, int32_t x, int32_t y, const std::string& text, int32_t scale, uint32_t colour,
+             uint8_t alpha) {
   for (size_t i = 0; i < text.size(); ++i) {
     const uint8_t* rows = demo_art::glyphRows(text[i]);
     if (!rows) continue;
@@ -64,7 +86,7 @@ void caption(Canvas& canvas, int32_t x, int32_t y, const std::string& text, int3
       for (int32_t column = 0; column < 5; ++column) {
         if (!(rows[row] & (0x10 >> column))) continue;
         const int32_t left = x + int32_t(i) * 6 * scale + column * scale, top = y + row * scale;
-        canvas.Fill(Box{left, top, left + scale, top + scale}, colour);
+        canvas.Fill(Box{left, top, left + scale, top + scale}, colour, alpha);
       }
     }
   }
@@ -82,6 +104,35 @@ void drawStartupMenus(screen_art::ArtSet& set) {
   const std::vector<MenuButton> bonus = {{0, "gazo", "CG MODE"}, {1, "onga", "MUSIC MODE"}, {2, "modo", "BACK"}};
   set.Bitmap("yodan.bmp", menuGround("BONUS", bonus, 159));
   for (const MenuButton& button : bonus) set.Bitmap(std::string(button.stem) + "on.bmp", buttonFace(button.caption, true));
+}
+
+std::vector<MenuButton> mainMenuButtons() {
+  return {{0, "m_has", "SAVE"}, {1, "m_mod", "LOAD"}, {2, "m_set", "SOUND"},
+          {3, "m_hoj", "HELP"}, {4, "m_bou", "TITLE"}, {5, "m_syu", "QUIT"}};
+}
+
+void drawMainMenu(screen_art::ArtSet& set) {
+  // The panel and the back plate are opaque over the game's picture, the rest shows it. The lit
+  // buttons are their own alpha plane: a gold plate with the caption cut out, so that the
+  // panel's caption shows through.
+  Canvas menu(640, 480, kGroundColour);
+  menu.Fill(Box{0, 0, 640, 480}, kGroundColour, 0);
+  menu.Fill(kMainPanel, kGroundColour);
+  menu.Frame(kMainPanel, kLitColour, 2);
+  for (const MenuButton& button : mainMenuButtons()) {
+    const int32_t top = kMainButtonTop + button.id * kButtonStep;
+    captionedPlate(menu, Box{kMainButtonX, top, kMainButtonX + kMainButtonWidth, top + kMainButtonHeight},
+                   button.caption, 3);
+    Canvas lit = edgedPlate(kMainButtonWidth, kMainButtonHeight, kLitColour);
+    caption(lit, (kMainButtonWidth - captionWidth(button.caption, 3)) / 2, (kMainButtonHeight - 21) / 2,
+            button.caption, 3, 0, 0);
+    set.Alpha(std::string(button.stem) + "onc.bmp", lit, kLitColour);
+  }
+  captionedPlate(menu, Box{516, 430, 601, 465}, "BACK", 2);
+  set.Bitmap("menu.bmp", menu);
+  set.Alpha("menuc.bmp", menu);
+  set.Bitmap("distart.bmp", confirmationBox("BACK TO THE TITLE"));
+  set.Bitmap("diquit.bmp", confirmationBox("QUIT THE GAME"));
 }
 
 bool drawSoundConfig(screen_art::ArtSet& set, const std::string& tree, std::string* error) {

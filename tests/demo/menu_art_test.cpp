@@ -1,20 +1,14 @@
-// The demo's menu archives for the screens to come: every bitmap those screens read is there
-// in its size, the start-up menus show their buttons' faces where the screen puts the buttons,
-// and the sound configuration's panel is opaque where it draws and clear elsewhere.
+// The demo's menu archives: every bitmap the screens read is there in its size, the start-up
+// menus and the main menu show their buttons' faces where the screens put the buttons, and the
+// panels are opaque where they draw and clear elsewhere.
 #include <gtest/gtest.h>
 
 #include "demo/art/demo_art.h"
 #include "demo/menus/menu_art.h"
+#include "tests/demo/read_bitmap.h"
 #include "tests/temp_dir.h"
 
 namespace {
-
-Picture readBitmap(const std::string& path) {
-  Picture picture;
-  std::string error;
-  EXPECT_TRUE(readPicture(path, &picture, &error)) << error;
-  return picture;
-}
 
 TEST(StartupMenuArtTest, ColumnsHoldThePresentButtonsFiftyFivePixelsApart) {
   std::vector<int32_t> ids;
@@ -49,6 +43,50 @@ TEST(StartupMenuArtTest, ColumnsHoldThePresentButtonsFiftyFivePixelsApart) {
   EXPECT_EQ(demo_menus::firstButtonTop(3), 104);
   for (const char* name : {"yodan.bmp", "gazoon.bmp", "ongaon.bmp", "modoon.bmp"}) {
     EXPECT_GT(readBitmap(dir.file(std::string("tree/") + name)).width, 0) << name;
+  }
+}
+
+TEST(MainMenuArtTest, ButtonsStandOnThePanelWhereTheScreenPutsThemAndLightWithTheirCaptionCutOut) {
+  TempDir dir;
+  screen_art::ArtSet set(dir.file("tree"), {});
+  demo_menus::drawMainMenu(set);
+  std::string error;
+  ASSERT_TRUE(set.Pack(dir.file("MainMenu.arc"), &error)) << error;
+  Picture menu = readBitmap(dir.file("tree/menu.bmp")), alpha = readBitmap(dir.file("tree/menuc.bmp"));
+  ASSERT_EQ(menu.width, 640);
+  ASSERT_EQ(alpha.height, 480);
+  EXPECT_EQ(demo_art::colourAt(alpha, 20, 20), 0u);           // the game's picture shows
+  EXPECT_EQ(demo_art::colourAt(alpha, 520, 440), 0xFFFFFFu);  // the back plate
+  const std::vector<demo_menus::MenuButton> buttons = demo_menus::mainMenuButtons();
+  ASSERT_EQ(buttons.size(), 6u);
+  for (const demo_menus::MenuButton& button : buttons) {
+    const int32_t top = demo_menus::kMainButtonTop + button.id * demo_menus::kButtonStep;
+    EXPECT_EQ(demo_art::colourAt(menu, demo_menus::kMainButtonX + 4, top + 4), demo_menus::kPlateColour) << button.id;
+    EXPECT_EQ(demo_art::colourAt(alpha, demo_menus::kMainButtonX + 4, top + 4), 0xFFFFFFu) << button.id;
+    EXPECT_LT(top + demo_menus::kMainButtonHeight, demo_menus::kMainPanel.bottom) << button.id;
+    Picture lit = readBitmap(dir.file("tree/" + std::string(button.stem) + "onc.bmp"));
+    ASSERT_EQ(lit.bits, 8u) << button.id;
+    EXPECT_EQ(lit.width, demo_menus::kMainButtonWidth);
+    EXPECT_EQ(lit.height, demo_menus::kMainButtonHeight);
+    EXPECT_EQ(demo_art::colourAt(lit, 4, 4), demo_menus::kLitColour) << button.id;
+    EXPECT_EQ(demo_art::colourAt(lit, 0, 0), 0u) << button.id;
+    // Where the panel shows its caption in white, the lit plate is clear.
+    int32_t cut = 0;
+    for (int32_t y = 0; y < lit.height; ++y) {
+      for (int32_t x = 0; x < lit.width; ++x) {
+        if (demo_art::colourAt(menu, demo_menus::kMainButtonX + x, top + y) != demo_menus::kCaptionColour) continue;
+        EXPECT_EQ(demo_art::colourAt(lit, x, y), 0u) << button.id << " at " << x << "," << y;
+        ++cut;
+      }
+    }
+    EXPECT_GT(cut, 100) << button.id;
+  }
+  for (const char* name : {"tree/distart.bmp", "tree/diquit.bmp"}) {
+    Picture box = readBitmap(dir.file(name));
+    EXPECT_EQ(box.width, demo_menus::kBoxWidth) << name;
+    EXPECT_EQ(demo_art::colourAt(box, demo_menus::kBoxYes.left + 4, demo_menus::kBoxYes.top + 4), demo_menus::kPlateColour);
+    EXPECT_EQ(demo_art::colourAt(box, demo_menus::kBoxNo.right - 5, demo_menus::kBoxNo.bottom - 5), demo_menus::kPlateColour);
+    EXPECT_EQ(demo_art::colourAt(box, 10, 10), demo_menus::kGroundColour) << name;
   }
 }
 

@@ -1,6 +1,7 @@
 // The checks of the demo's tour: a screenshot that shows the story's screen passes; a wrong
 // background, a missing rule, text on the wrong lines, stray colours in the window, a wrong
-// save slot or a misplaced map label fail with a message saying so.
+// save slot, a misplaced map label, a missing or misplaced menu over the game's picture fail
+// with a message saying so.
 #include <gtest/gtest.h>
 
 #include "demo/art/demo_art.h"
@@ -138,6 +139,85 @@ TEST(MapLabelCheckTest, FindsTheLabelInTheMiddleWithinAPixel) {
   EXPECT_TRUE(demo_check::checkMapLabel(shotWithLabelAt(x0, y0), kLeft, kTop, label).empty());
   EXPECT_TRUE(demo_check::checkMapLabel(shotWithLabelAt(x0 + 1, y0 - 1), kLeft, kTop, label).empty());
   EXPECT_FALSE(demo_check::checkMapLabel(shotWithLabelAt(x0 + 3, y0), kLeft, kTop, label).empty());
+}
+
+// A screenshot of the client area's size and place filled by `colourOf(x, y)` of client points.
+template <typename ColourOf>
+Picture clientShot(ColourOf colourOf) {
+  Picture shot = demo_art::blankPicture(DEMO_CLIENT_WIDTH + 60, DEMO_CLIENT_HEIGHT + 40, 24);
+  for (int32_t y = 0; y < DEMO_CLIENT_HEIGHT; ++y) {
+    for (int32_t x = 0; x < DEMO_CLIENT_WIDTH; ++x) demo_art::setColour(&shot, kLeft + x, kTop + y, colourOf(x, y));
+  }
+  return shot;
+}
+
+TEST(OverlayCheckTest, JudgesTheOverlayWhereOpaqueTheGroundWhereClearAndNothingBetween) {
+  const Picture ground = clientShot([](int32_t x, int32_t y) { return uint32_t(x) << 12 | uint32_t(y); });
+  Picture overlay = demo_art::blankPicture(DEMO_CLIENT_WIDTH, DEMO_CLIENT_HEIGHT, 24);
+  Picture alpha = demo_art::blankPicture(DEMO_CLIENT_WIDTH, DEMO_CLIENT_HEIGHT, 24);
+  fill(&overlay, 100, 100, 299, 199, 0x2040A0);
+  fill(&alpha, 100, 100, 299, 199, 0xFFFFFF);
+  fill(&alpha, 98, 98, 99, 201, 0x808080);  // a half clear edge
+  auto drawn = [&](int32_t x, int32_t y) {
+    return x >= 100 && x < 300 && y >= 100 && y < 200 ? 0x2040A0u : uint32_t(x) << 12 | uint32_t(y);
+  };
+  EXPECT_TRUE(demo_check::checkOverlay(clientShot(drawn), kLeft, kTop, overlay, alpha, ground).empty());
+  // Whatever the half clear edge shows passes.
+  auto withEdge = [&](int32_t x, int32_t y) { return x == 98 && y == 150 ? 0xFF00FFu : drawn(x, y); };
+  EXPECT_TRUE(demo_check::checkOverlay(clientShot(withEdge), kLeft, kTop, overlay, alpha, ground).empty());
+  // The overlay missing, or drawn over the whole area.
+  EXPECT_FALSE(demo_check::checkOverlay(ground, kLeft, kTop, overlay, alpha, ground).empty());
+  EXPECT_FALSE(demo_check::checkOverlay(clientShot([](int32_t, int32_t) { return 0x2040A0u; }), kLeft, kTop, overlay,
+                                        alpha, ground)
+                   .empty());
+  // A control drawn over the overlay is left to the screen.
+  auto withControl = [&](int32_t x, int32_t y) { return x >= 120 && x <= 140 && y >= 110 && y <= 130 ? 0xF0F0F0u : drawn(x, y); };
+  EXPECT_FALSE(demo_check::checkOverlay(clientShot(withControl), kLeft, kTop, overlay, alpha, ground).empty());
+  EXPECT_TRUE(demo_check::checkOverlay(clientShot(withControl), kLeft, kTop, overlay, alpha, ground, {{120, 110, 140, 130}})
+                  .empty());
+  // An overlay of another size is refused with a message.
+  EXPECT_FALSE(demo_check::checkOverlay(clientShot(drawn), kLeft, kTop, demo_art::blankPicture(10, 10, 24),
+                                        demo_art::blankPicture(10, 10, 24), ground)
+                   .empty());
+}
+
+TEST(CompositionCheckTest, WantsEachPieceAtItsPlaceOverTheGroundButLeavesTheControls) {
+  Picture ground = demo_art::blankPicture(DEMO_CLIENT_WIDTH, DEMO_CLIENT_HEIGHT, 24);
+  fill(&ground, 0, 0, DEMO_CLIENT_WIDTH - 1, DEMO_CLIENT_HEIGHT - 1, 0x101830);
+  Picture thumb = demo_art::blankPicture(128, 96, 24);
+  for (int32_t y = 0; y < thumb.height; ++y) {
+    for (int32_t x = 0; x < thumb.width; ++x) demo_art::setColour(&thumb, x, y, uint32_t(x) << 8 | uint32_t(y));
+  }
+  auto shot = [&](int32_t thumbX, uint32_t knob) {
+    return clientShot([&](int32_t x, int32_t y) {
+      if (x >= 591 && x < 623 && y >= 100 && y < 120) return knob;
+      if (x >= thumbX && x < thumbX + 128 && y >= 24 && y < 120) return demo_art::colourAt(thumb, x - thumbX, y - 24);
+      return 0x101830u;
+    });
+  };
+  const std::vector<DemoRect> slider = {{591, 58, 622, 374}};
+  EXPECT_TRUE(demo_check::checkComposition(shot(152, 0xF0F0F0), kLeft, kTop, ground, {{&thumb, 152, 24}}, slider).empty());
+  EXPECT_TRUE(demo_check::checkComposition(shot(152, 0x808080), kLeft, kTop, ground, {{&thumb, 152, 24}}, slider).empty());
+  // The knob is judged where it is not a control; a thumbnail in another cell or missing fails.
+  EXPECT_FALSE(demo_check::checkComposition(shot(152, 0xF0F0F0), kLeft, kTop, ground, {{&thumb, 152, 24}}, {}).empty());
+  EXPECT_FALSE(demo_check::checkComposition(shot(8, 0xF0F0F0), kLeft, kTop, ground, {{&thumb, 152, 24}}, slider).empty());
+  EXPECT_FALSE(demo_check::checkComposition(shot(152, 0xF0F0F0), kLeft, kTop, ground, {}, slider).empty());
+}
+
+TEST(InsetCheckTest, FindsTheInsetOnlyAtItsPlace) {
+  Picture inset = demo_art::blankPicture(300, 160, 24);
+  for (int32_t y = 0; y < inset.height; ++y) {
+    for (int32_t x = 0; x < inset.width; ++x) demo_art::setColour(&inset, x, y, 0x010203u * uint32_t(x ^ y));
+  }
+  auto shotWithInsetAt = [&](int32_t x0, int32_t y0) {
+    return clientShot([&](int32_t x, int32_t y) {
+      const bool inside = x >= x0 && x < x0 + inset.width && y >= y0 && y < y0 + inset.height;
+      return inside ? demo_art::colourAt(inset, x - x0, y - y0) : 0x406080u;
+    });
+  };
+  EXPECT_TRUE(demo_check::checkInset(shotWithInsetAt(170, 160), kLeft, kTop, inset, 170, 160).empty());
+  EXPECT_FALSE(demo_check::checkInset(shotWithInsetAt(171, 160), kLeft, kTop, inset, 170, 160).empty());
+  EXPECT_FALSE(demo_check::checkInset(shotWithInsetAt(170, 160), kLeft, kTop, inset, 400, 400).empty());
 }
 
 TEST(DecimateTest, AveragesWholeGroupsAndDropsTheRest) {
