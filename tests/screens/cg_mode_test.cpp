@@ -200,4 +200,19 @@ TEST(ScreenClickWatchTest, ItHidesThePointerAndQueuesPressesOfBothButtonsInOrder
   EXPECT_EQ(host.HookCount(), 0u);
 }
 
+TEST_F(CGModeTest, ATableOfExactlyFourRowsHoldsStillWhenScrolled) {
+  // 16 positions: four rows, all shown, a slider from 0 to 0.
+  Start(std::vector<uint32_t>(16, 1));
+  EXPECT_EQ(Cell(3, 3), CG_ART_THUMBNAIL_COLOUR(15));
+  for (POINT at : {kPageDown, kRowDown, kPageUp, kRowUp}) host.Click(at.x, at.y);
+  host.MoveTo(591 + 16, 58 + 10);  // the knob, dragged down
+  host.Press(kLButtonDown);
+  host.MoveTo(591 + 16, 300);
+  host.Press(kLButtonUp);
+  EXPECT_TRUE(ShowsThumbnail(0, 0, 0));
+  EXPECT_EQ(Cell(3, 3), CG_ART_THUMBNAIL_COLOUR(15));
+  host.Click(kExit.x, kExit.y);
+  EXPECT_EQ(Result(), 10);
+}
+
 }  // namespace
