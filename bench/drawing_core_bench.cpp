@@ -75,7 +75,7 @@ void memcpyFrame(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * kPixels);
 }
 
-// The block cases: (blockSize, sx, sy, extent rows and columns).
+// The block cases: block size, sx = sy, and a square extent.
 struct BlockCase {
   const char* name;
   int32_t blockSize, s, extent;
@@ -126,7 +126,8 @@ BENCHMARK(inverseBlock<mqInverseBlockKernelAVX2>)->Name("InverseBlock/avx2")->Ap
 }  // namespace
 
 int main(int argc, char** argv) {
-  return runBenchmarksWithRatios(argc, argv, "Ratios, plain kernel's time / vector kernel's time:", [](RatioReporter& reporter) {
+  const char* title = "Ratios, plain kernel's time / vector kernel's time:";
+  return runBenchmarksWithRatios(argc, argv, title, [](RatioReporter& reporter) {
     for (int i = 0; i < int(std::size(kBlockCases)); ++i) {
       const std::string plain = "InverseBlock/plain/" + std::to_string(i);
       for (const char* variant : {"sse2", "avx2"}) {
