@@ -44,6 +44,10 @@ uint64_t mqOptimizePhrases(MQPhraseTable* table);
 // Splits the rarest joined phrases, then the rarest runs of lengths other than powers of two,
 // until at most `limit` phrases remain or nothing of that kind is left.
 void mqLimitPhrases(MQPhraseTable* table, uint32_t limit);
+// Joins pairs of phrases that often follow each other into one phrase of their values, as long
+// as that makes the stream smaller and at most `limit` phrases result: the decoder then takes
+// fewer steps for the same symbols.
+void mqJoinPhrasePairs(MQPhraseTable* table, uint32_t limit);
 void mqFreePhraseTable(MQPhraseTable* table);
 // What a phrase takes in the dictionary, which the analysis counts and the writer writes: the
 // bits of every value of the table, and the bytes of a repeat count.
@@ -106,9 +110,8 @@ uint32_t mqDecodeFloat(MQDecoder* decoder, void* state, void* dst, uint32_t coun
 // The same symbols with integer division only.
 uint32_t mqDecodeInteger(MQDecoder* decoder, void* state, void* dst, uint32_t count);
 // The symbols of mqDecodeFloat for a decoder of signed 32-bit units, the i-th written to
-// dst[order[i]]. Runs of zeros are skipped, so `dst` must hold zeros at those places. Gives a
-// bound behind which all symbols are zero: one past the last non-zero one, or past the end of
-// a phrase of several values that holds it.
+// dst[order[i]]. Zeros are skipped, so `dst` must hold zeros at those places. Gives one past
+// the last non-zero symbol, 0 if there is none.
 uint32_t mqDecodeScattered(MQDecoder* decoder, void* state, int32_t* dst, const uint16_t* order,
                            uint32_t count);
 void mqCloseDecoder(MQDecoder* decoder);

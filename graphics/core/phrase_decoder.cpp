@@ -15,6 +15,30 @@ struct DecoderPhrase {
   uint32_t repeat;
   uint32_t first;  // index of the first value in MQDecoder::values
   uint32_t length;  // number of values
+  // The phrase written out whole, for the scattered decoder: its symbols (values times repeat),
+  // kNotDirect if they are too many or too many of them are non-zero; its non-zero symbols
+  // beyond the first kNonZeroSlots, listed in MQDecoder::moreNonZeros; one past the last
+  // non-zero symbol, 0 if there is none.
+  uint32_t span;
+  uint32_t firstMoreNonZeros, moreNonZeroCount;
+  uint32_t reach;
+};
+
+// The first non-zero symbols of a phrase written out whole stand in this many slots of
+// MQDecoder::nonZeroSlots, which are all written, whatever the phrase: a fixed number of
+// stores instead of a loop whose length the processor cannot foresee. A phrase with fewer
+// fills its first slots with zeros for its first symbol, which stay behind its own values.
+constexpr uint32_t kNonZeroSlots = 4;
+
+constexpr uint32_t kNotDirect = UINT32_MAX;
+// Phrases of more symbols or more non-zero ones are written out through the pending state.
+constexpr uint64_t kLongestDirectSpan = 1u << 16;
+constexpr uint64_t kMostDirectNonZeros = 256;
+
+// A non-zero symbol of a phrase written out whole: its offset from the phrase's first symbol.
+struct NonZeroSymbol {
+  uint32_t offset;
+  int32_t value;
 };
 
 // Reads the bit stream: 32-bit words, most significant byte first, zeros behind the data.
@@ -51,25 +75,62 @@ struct BitReader {
   // True once reading went further than the read-ahead of a real stream: a dictionary that
   // runs on into the zeros behind the data is damage.
   bool exhausted() const { return next > dataSize + 8; }
+  // Bits read so far.
+  uint64_t position() const { return uint64_t{next} * 8 - avail; }
+};
+
+// Reads the code behind the dictionary: a copy of its bytes with zeros behind, so that every
+// read is one unaligned load, whatever the position. Reading on past the copy gives zeros.
+class CodeReader {
+ public:
+  CodeReader() = default;
+  CodeReader(const uint8_t* data, size_t dataSize, uint64_t position) {
+    size_t first = std::min<uint64_t>(position / 8, dataSize);
+    bytes_.assign(data + first, data + dataSize);
+    bytes_.resize(bytes_.size() + kPadding, 0);
+    position_ = position - uint64_t{first} * 8;
+    lastLoad_ = bytes_.size() - 8;
+  }
+  // The next `count` bits, 0 to 32, as a number; moves on by them.
+  uint32_t bits(uint32_t count) {
+    uint64_t at = position_ >> 3;
+    uint64_t window = 0;
+    if (at <= lastLoad_) {
+      std::memcpy(&window, bytes_.data() + at, sizeof window);
+      window = __builtin_bswap64(window) << (position_ & 7);
+    }
+    position_ += count;
+    return static_cast<uint32_t>((window >> 32) >> (32 - count));
+  }
+
+ private:
+  static constexpr size_t kPadding = 16;
+  std::vector<uint8_t> bytes_;
+  uint64_t position_ = 0;
+  uint64_t lastLoad_ = 0;
 };
 
 }  // namespace
 
 struct MQDecoder {
-  BitReader reader;
+  BitReader reader;  // the dictionary's
+  CodeReader code;
   uint32_t mode;
   uint32_t total;
   double totalAsDouble;
 #if defined(__SIZEOF_INT128__)
-  // floor(x / total) = floor(x * magic / 2^magicShift) for every x below 2^63, with
-  // magic = ceil(2^magicShift / total) and magicShift = 63 + ceil(log2 total).
-  uint64_t magic;
-  uint32_t magicShift;
+  // floor(x / total) = floor(x * magic / 2^(64 + magicShift)) for every x below 2^63, with
+  // magic = ceil(2^(64 + magicShift) / total) and magicShift = ceil(log2 total) - 1, for totals
+  // above 1 (a total of 1 divides nothing).
+  uint64_t magic = 0;
+  uint32_t magicShift = 0;
 #else
   double reciprocalTotal;  // 1 / total, for estimates of the quotients by total
 #endif
   std::vector<int32_t> values;  // the values of all phrases, one after the other
   std::vector<DecoderPhrase> phrases;
+  std::vector<NonZeroSymbol> nonZeroSlots;  // kNonZeroSlots a phrase
+  std::vector<NonZeroSymbol> moreNonZeros;
   // The lookup of a scaled code: the table gives for each bucket of 2^bucketShift cumulative
   // values the first phrase that reaches into it; from there a scan over the phrases' ends
   // finds the phrase. With at least two buckets per phrase the scan is mostly empty.
@@ -83,6 +144,36 @@ struct MQDecoder {
     return phrases[p];
   }
 };
+
+namespace {
+
+// Fills the whole-phrase fields of `phrase` and its slots from its values.
+void listNonZeros(MQDecoder* d, DecoderPhrase* phrase) {
+  const int32_t* values = d->values.data() + phrase->first;
+  const uint64_t nonZerosPerRepeat = static_cast<uint64_t>(std::count_if(values, values + phrase->length, [](int32_t v) { return v != 0; }));
+  const uint64_t span = uint64_t{phrase->length} * phrase->repeat;
+  std::vector<NonZeroSymbol> nonZeros;
+  phrase->reach = 0;
+  if (span > kLongestDirectSpan || nonZerosPerRepeat * phrase->repeat > kMostDirectNonZeros) {
+    phrase->span = kNotDirect;
+  } else {
+    phrase->span = static_cast<uint32_t>(span);
+    for (uint32_t at = 0; at < phrase->span; ++at) {
+      int32_t v = values[at % phrase->length];
+      if (v == 0) continue;
+      nonZeros.push_back({at, v});
+      phrase->reach = at + 1;
+    }
+  }
+  const size_t inSlots = std::min<size_t>(nonZeros.size(), kNonZeroSlots);
+  d->nonZeroSlots.insert(d->nonZeroSlots.end(), kNonZeroSlots - inSlots, NonZeroSymbol{0, 0});
+  d->nonZeroSlots.insert(d->nonZeroSlots.end(), nonZeros.begin(), nonZeros.begin() + inSlots);
+  phrase->firstMoreNonZeros = static_cast<uint32_t>(d->moreNonZeros.size());
+  phrase->moreNonZeroCount = static_cast<uint32_t>(nonZeros.size() - inSlots);
+  d->moreNonZeros.insert(d->moreNonZeros.end(), nonZeros.begin() + inSlots, nonZeros.end());
+}
+
+}  // namespace
 
 MQDecoder* mqOpenDecoder(void* statePointer, uint32_t size, const void* data, uint32_t mode,
                          uint32_t tableLimit, void* /*tableMemory*/, size_t dataSize) {
@@ -140,13 +231,16 @@ MQDecoder* mqOpenDecoder(void* statePointer, uint32_t size, const void* data, ui
   if (total == 0) return nullptr;
   d->total = static_cast<uint32_t>(total);
 #if defined(__SIZEOF_INT128__)
-  d->magicShift = 63 + static_cast<uint32_t>(std::bit_width(d->total - 1));
-  d->magic = static_cast<uint64_t>(((static_cast<unsigned __int128>(1) << d->magicShift) + d->total - 1) / d->total);
+  if (d->total > 1) {
+    d->magicShift = static_cast<uint32_t>(std::bit_width(d->total - 1)) - 1;
+    d->magic = static_cast<uint64_t>(((static_cast<unsigned __int128>(1) << (64 + d->magicShift)) + d->total - 1) / d->total);
+  }
 #else
   d->reciprocalTotal = 1.0 / static_cast<double>(total);
 #endif
 
   d->totalAsDouble = static_cast<double>(total);
+  for (DecoderPhrase& phrase : d->phrases) listNonZeros(d.get(), &phrase);
 
   // Buckets: about two per phrase, no more than the table limit (and 2^16) allows, none
   // narrower than one value.
@@ -167,6 +261,7 @@ MQDecoder* mqOpenDecoder(void* statePointer, uint32_t size, const void* data, ui
   state->range = 0xffffffffu;
   state->pending = -1;
   state->code = in.bits(32);
+  d->code = CodeReader(static_cast<const uint8_t*>(data), dataSize, in.position());
   return d.release();
 }
 
@@ -175,6 +270,7 @@ namespace {
 // Writes symbols into consecutive units of T, stored by truncation.
 template <typename T>
 struct LinearSink {
+  static constexpr bool kWritesWholePhrases = false;
   T* dst;
   void fill(uint32_t at, uint32_t count, int32_t value) {
     std::fill(dst + at, dst + at + count, static_cast<T>(value));
@@ -184,9 +280,10 @@ struct LinearSink {
   }
 };
 
-// Writes the i-th symbol to dst[order[i]] and skips runs of zeros; `end` follows the last
-// non-zero one (or, after a phrase of several values, the last of them).
+// Writes the i-th symbol to dst[order[i]] and skips zeros; `end` follows the last non-zero one.
+// A phrase that fits whole goes out by its list of non-zero symbols.
 struct ScatterSink {
+  static constexpr bool kWritesWholePhrases = true;
   int32_t* dst;
   const uint16_t* order;
   uint32_t end = 0;
@@ -196,8 +293,19 @@ struct ScatterSink {
     end = at + count;
   }
   void copy(uint32_t at, const int32_t* values, uint32_t count) {
-    for (uint32_t i = 0; i < count; ++i) dst[order[at + i]] = values[i];
-    end = at + count;
+    for (uint32_t i = 0; i < count; ++i) {
+      if (values[i] == 0) continue;
+      dst[order[at + i]] = values[i];
+      end = at + i + 1;
+    }
+  }
+  void whole(const MQDecoder& d, uint32_t index, const DecoderPhrase& phrase, uint32_t at) {
+    const NonZeroSymbol* slots = d.nonZeroSlots.data() + size_t{index} * kNonZeroSlots;
+#pragma GCC unroll 4
+    for (uint32_t k = 0; k < kNonZeroSlots; ++k) dst[order[at + slots[k].offset]] = slots[k].value;
+    const NonZeroSymbol* more = d.moreNonZeros.data() + phrase.firstMoreNonZeros;
+    for (uint32_t k = 0; k < phrase.moreNonZeroCount; ++k) dst[order[at + more[k].offset]] = more[k].value;
+    end = phrase.reach != 0 ? at + phrase.reach : end;
   }
 };
 
@@ -278,7 +386,8 @@ struct FloatingQuotients {
   // The products of a step stay below 2^63.
   uint64_t byTotal(uint64_t product) const {
 #if defined(__SIZEOF_INT128__)
-    return static_cast<uint64_t>((static_cast<unsigned __int128>(product) * magic) >> magicShift);
+    uint64_t high = static_cast<uint64_t>((static_cast<unsigned __int128>(product) * magic) >> 64);
+    return total == 1 ? product : high >> magicShift;
 #else
     return exactQuotient(truncate(static_cast<double>(static_cast<int64_t>(product)) * reciprocalTotal), product, total);
 #endif
@@ -292,7 +401,7 @@ uint32_t decodeSymbols(MQDecoder* d, MQDecoderState* shared, Sink& sink, uint32_
   // The loop works on copies of the state and the reader, which the stores of symbols then
   // cannot be taken to change.
   MQDecoderState state = *shared;
-  BitReader reader = d->reader;
+  CodeReader reader = std::move(d->code);
   MQDecoderState* s = &state;
   Quotients quotients(*d);
   quotients.setRange(s->range);
@@ -310,16 +419,23 @@ uint32_t decodeSymbols(MQDecoder* d, MQDecoderState* shared, Sink& sink, uint32_
     int shift = std::countl_zero(newRange);
     newRange <<= shift;
     quotients.setRange(newRange);
-    if (shift > 0) code = (code << shift) | reader.bits(shift);
+    code = static_cast<uint32_t>((uint64_t{code} << shift) | reader.bits(static_cast<uint32_t>(shift)));
     s->range = newRange;
     s->code = code;
+    if constexpr (Sink::kWritesWholePhrases) {
+      if (phrase.span <= count - out) {
+        sink.whole(*d, p, phrase, out);
+        out += phrase.span;
+        continue;
+      }
+    }
     s->pending = static_cast<int32_t>(p);
     s->repeatsLeft = phrase.repeat;
     s->position = 0;
     out += writePhrase(*d, s, sink, out, count - out);
   }
   *shared = state;
-  d->reader = reader;
+  d->code = std::move(reader);
   return count;
 }
 

@@ -135,6 +135,7 @@ std::vector<uint8_t> mqEncodeSymbols(const void* symbols, uint32_t count, uint32
       mqAnalyzePhrases(symbols, count, mode, shortRun), mqFreePhraseTable);
   mqOptimizePhrases(table.get());
   mqLimitPhrases(table.get(), phraseLimit);
+  mqJoinPhrasePairs(table.get(), phraseLimit);
   return mqEncodeStream(table.get());
 }
 
