@@ -16,6 +16,9 @@ constexpr uint32_t kMaxRepeat = 1u << 30;
 constexpr uint32_t kShortestRun = 4;
 // Splitting changes the frequencies by which the next round judges; a few rounds settle.
 constexpr int kSplitRounds = 4;
+// What a step that the decoder does not take is worth in bits of the stream: a phrase that
+// costs a little size but saves many steps is kept.
+constexpr double kStepBits = 2.0;
 
 int32_t readSymbol(const void* symbols, uint32_t index, uint32_t mode) {
   bool isSigned = (mode & kMQSigned) != 0;
@@ -204,7 +207,7 @@ std::vector<bool> joinedNotWorthKeeping(const MQPhraseTable& table, uint32_t wid
       apart += codeBits(n, others + n, steps) - sharingGain(others, n);
       if (others == 0) apart += dictionaryBits(part, n, width);
     }
-    if (apart < kept) split[i] = *any = true;
+    if (apart + kStepBits * static_cast<double>(n) < kept) split[i] = *any = true;
   }
   return split;
 }
@@ -221,7 +224,7 @@ std::vector<bool> runsNotWorthKeeping(const MQPhraseTable& table, uint32_t width
     const MQPhrase& phrase = table.phrases[i];
     if (!isSplittableRun(phrase)) continue;
     double extraSteps = static_cast<double>(phrase.frequency) * (std::popcount(phrase.repeat) - 1);
-    if (extraSteps * bitsPerStep < dictionaryBits(1, phrase.repeat, phrase.frequency, width)) {
+    if (extraSteps * (bitsPerStep + kStepBits) < dictionaryBits(1, phrase.repeat, phrase.frequency, width)) {
       split[i] = *any = true;
     }
   }
@@ -340,9 +343,6 @@ namespace {
 // A joined pair holds at most this many values: longer ones never pay their place in the
 // dictionary, and they would only slow the analysis down.
 constexpr uint64_t kLongestJoinedPair = 256;
-// What a step that the decoder no longer takes is worth in bits of the stream: a join that
-// costs a little size but saves many steps is made.
-constexpr double kStepBits = 2.0;
 
 uint64_t expandedLength(const MQPhrase& phrase) { return uint64_t{phrase.repeat} * phrase.values.size(); }
 

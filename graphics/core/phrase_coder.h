@@ -37,9 +37,9 @@ struct MQPhraseTable {
 // second, runs of any value join.
 MQPhraseTable* mqAnalyzePhrases(const void* symbols, uint32_t count, uint32_t mode,
                                 uint32_t shortRun);
-// Splits the joined phrases that cost more in the dictionary than they save in the code, and
-// the runs whose length is too rare to pay its entry into powers of two; gives the estimated
-// size of the coded stream in bits.
+// Splits the joined phrases that cost more in the dictionary than they save in the code and in
+// decoding steps, and the runs whose length is too rare to pay its entry into powers of two;
+// gives the estimated size of the coded stream in bits.
 uint64_t mqOptimizePhrases(MQPhraseTable* table);
 // Splits the rarest joined phrases, then the rarest runs of lengths other than powers of two,
 // until at most `limit` phrases remain or nothing of that kind is left.

@@ -9,9 +9,14 @@
 
 namespace {
 
-// What the decoding loop needs of a phrase, in one place.
+// A phrase's share of the code: [start, end) of the total. These stand apart from the rest of
+// the phrase, packed, since every step's lookup waits for them.
+struct PhraseInterval {
+  uint32_t start, end;
+};
+
+// What writing a phrase out needs.
 struct DecoderPhrase {
-  uint32_t start, frequency, end;  // end = start + frequency
   uint32_t repeat;
   uint32_t first;  // index of the first value in MQDecoder::values
   uint32_t length;  // number of values
@@ -128,20 +133,21 @@ struct MQDecoder {
   double reciprocalTotal;  // 1 / total, for estimates of the quotients by total
 #endif
   std::vector<int32_t> values;  // the values of all phrases, one after the other
+  std::vector<PhraseInterval> intervals;
   std::vector<DecoderPhrase> phrases;
   std::vector<NonZeroSymbol> nonZeroSlots;  // kNonZeroSlots a phrase
   std::vector<NonZeroSymbol> moreNonZeros;
+  std::vector<NonZeroSymbol> scratch;  // a phrase's non-zero symbols while the decoder opens
   // The lookup of a scaled code: the table gives for each bucket of 2^bucketShift cumulative
   // values the first phrase that reaches into it; from there a scan over the phrases' ends
-  // finds the phrase. With at least two buckets per phrase the scan is mostly empty.
+  // finds the phrase. With several buckets per phrase the scan is mostly empty.
   uint32_t bucketShift;
   std::vector<uint32_t> buckets;
 
-  const DecoderPhrase& findPhrase(uint32_t value, uint32_t* index) const {
+  uint32_t findPhrase(uint32_t value) const {
     uint32_t p = buckets[value >> bucketShift];
-    while (value >= phrases[p].end) ++p;
-    *index = p;
-    return phrases[p];
+    while (value >= intervals[p].end) ++p;
+    return p;
   }
 };
 
@@ -152,17 +158,20 @@ void listNonZeros(MQDecoder* d, DecoderPhrase* phrase) {
   const int32_t* values = d->values.data() + phrase->first;
   const uint64_t nonZerosPerRepeat = static_cast<uint64_t>(std::count_if(values, values + phrase->length, [](int32_t v) { return v != 0; }));
   const uint64_t span = uint64_t{phrase->length} * phrase->repeat;
-  std::vector<NonZeroSymbol> nonZeros;
+  std::vector<NonZeroSymbol>& nonZeros = d->scratch;
+  nonZeros.clear();
   phrase->reach = 0;
   if (span > kLongestDirectSpan || nonZerosPerRepeat * phrase->repeat > kMostDirectNonZeros) {
     phrase->span = kNotDirect;
   } else {
     phrase->span = static_cast<uint32_t>(span);
-    for (uint32_t at = 0; at < phrase->span; ++at) {
-      int32_t v = values[at % phrase->length];
-      if (v == 0) continue;
-      nonZeros.push_back({at, v});
-      phrase->reach = at + 1;
+    for (uint32_t r = 0; r < phrase->repeat && nonZerosPerRepeat > 0; ++r) {
+      for (uint32_t i = 0; i < phrase->length; ++i) {
+        if (values[i] == 0) continue;
+        uint32_t at = r * phrase->length + i;
+        nonZeros.push_back({at, values[i]});
+        phrase->reach = at + 1;
+      }
     }
   }
   const size_t inSlots = std::min<size_t>(nonZeros.size(), kNonZeroSlots);
@@ -218,15 +227,15 @@ MQDecoder* mqOpenDecoder(void* statePointer, uint32_t size, const void* data, ui
   uint64_t total = 0;
   uint32_t previousBits = 32;
   bool ones = false;
-  for (DecoderPhrase& phrase : d->phrases) {
+  d->intervals.reserve(d->phrases.size());
+  for (size_t p = 0; p < d->phrases.size(); ++p) {
     uint32_t f = ones ? 1 : in.bits(previousBits);
     if (f == 1) ones = true;
     previousBits = 32 - std::countl_zero(f);
-    phrase.start = static_cast<uint32_t>(total);
-    phrase.frequency = f;
+    uint32_t start = static_cast<uint32_t>(total);
     total += f;
-    phrase.end = static_cast<uint32_t>(total);
     if (total > 0x80000000u) return nullptr;
+    d->intervals.push_back({start, static_cast<uint32_t>(total)});
   }
   if (total == 0) return nullptr;
   d->total = static_cast<uint32_t>(total);
@@ -242,16 +251,16 @@ MQDecoder* mqOpenDecoder(void* statePointer, uint32_t size, const void* data, ui
   d->totalAsDouble = static_cast<double>(total);
   for (DecoderPhrase& phrase : d->phrases) listNonZeros(d.get(), &phrase);
 
-  // Buckets: about two per phrase, no more than the table limit (and 2^16) allows, none
+  // Buckets: four to eight per phrase, no more than the table limit (and 2^16) allows, none
   // narrower than one value.
-  uint32_t bucketCount = std::bit_ceil(std::min<uint64_t>(2ull * phraseCount, 1u << 16));
+  uint32_t bucketCount = std::bit_ceil(std::min<uint64_t>(8ull * phraseCount, 1u << 16));
   bucketCount = std::min(bucketCount, std::bit_floor(std::max(tableLimit, 1u)));
   bucketCount = std::min(bucketCount, std::bit_floor(d->total));
   d->bucketShift = static_cast<uint32_t>(std::bit_width(d->total - 1)) - std::countr_zero(bucketCount);
   d->buckets.resize(static_cast<size_t>((d->total - 1) >> d->bucketShift) + 1);
   uint32_t p = 0;
   for (uint32_t bucket = 0; bucket < d->buckets.size(); ++bucket) {
-    while ((bucket << d->bucketShift) >= d->phrases[p].end) ++p;
+    while ((bucket << d->bucketShift) >= d->intervals[p].end) ++p;
     d->buckets[bucket] = p;
   }
 
@@ -343,7 +352,7 @@ struct IntegerQuotients {
   uint64_t total;
   explicit IntegerQuotients(const MQDecoder& d) : total(d.total) {}
   uint64_t code(uint64_t code, uint64_t range) const { return code * total / range; }
-  void setRange(uint64_t) {}
+  void setRange(uint64_t, int) {}
   uint64_t floorScaled(uint64_t range, uint64_t x) const { return range * x / total; }
   uint64_t ceilScaled(uint64_t range, uint64_t x) const { return (range * x + total - 1) / total; }
 };
@@ -374,13 +383,20 @@ struct FloatingQuotients {
   explicit FloatingQuotients(const MQDecoder& d)
       : total(d.total), totalAsDouble(d.totalAsDouble), reciprocalTotal(d.reciprocalTotal) {}
 #endif
-  double totalPerRange = 0;  // total / range, taken as soon as the range is known
+  // total / range, in two factors: the division starts as soon as the range is known, before
+  // it is shifted into place, and the power of two of the shift follows.
+  double totalPerRange = 0;
+  double rangeShift = 1;
 
   // The estimates stay below 2^63: the signed conversion is exact and needs no range test.
   static uint64_t truncate(double value) { return static_cast<uint64_t>(static_cast<int64_t>(value)); }
-  void setRange(uint64_t range) { totalPerRange = totalAsDouble / static_cast<double>(static_cast<int64_t>(range)); }
+  // The range is `range` shifted left by `shift`.
+  void setRange(uint64_t range, int shift) {
+    totalPerRange = totalAsDouble / static_cast<double>(static_cast<int64_t>(range));
+    rangeShift = std::bit_cast<double>(static_cast<uint64_t>(1023 - shift) << 52);
+  }
   uint64_t code(uint64_t code, uint64_t range) const {
-    uint64_t estimate = truncate(static_cast<double>(static_cast<int64_t>(code)) * totalPerRange);
+    uint64_t estimate = truncate(static_cast<double>(static_cast<int64_t>(code)) * rangeShift * totalPerRange);
     return exactQuotient(estimate, code * total, range);
   }
   // The products of a step stay below 2^63.
@@ -404,24 +420,25 @@ uint32_t decodeSymbols(MQDecoder* d, MQDecoderState* shared, Sink& sink, uint32_
   CodeReader reader = std::move(d->code);
   MQDecoderState* s = &state;
   Quotients quotients(*d);
-  quotients.setRange(s->range);
+  quotients.setRange(s->range, 0);
   uint32_t out = 0;
   if (s->pending >= 0) out += writePhrase(*d, s, sink, 0, count);
   const uint32_t total = d->total;
   while (out < count) {
     uint64_t range = s->range;
     uint64_t value = std::min<uint64_t>(quotients.code(s->code, range), total - 1);
-    uint32_t p;
-    const DecoderPhrase& phrase = d->findPhrase(static_cast<uint32_t>(value), &p);
-    uint32_t newRange = static_cast<uint32_t>(quotients.floorScaled(range, phrase.frequency));
-    uint32_t low = static_cast<uint32_t>(quotients.ceilScaled(range, phrase.start));
+    const uint32_t p = d->findPhrase(static_cast<uint32_t>(value));
+    const PhraseInterval interval = d->intervals[p];
+    uint32_t newRange = static_cast<uint32_t>(quotients.floorScaled(range, interval.end - interval.start));
+    uint32_t low = static_cast<uint32_t>(quotients.ceilScaled(range, interval.start));
     uint32_t code = s->code - low;
     int shift = std::countl_zero(newRange);
+    quotients.setRange(newRange, shift);
     newRange <<= shift;
-    quotients.setRange(newRange);
     code = static_cast<uint32_t>((uint64_t{code} << shift) | reader.bits(static_cast<uint32_t>(shift)));
     s->range = newRange;
     s->code = code;
+    const DecoderPhrase& phrase = d->phrases[p];
     if constexpr (Sink::kWritesWholePhrases) {
       if (phrase.span <= count - out) {
         sink.whole(*d, p, phrase, out);
