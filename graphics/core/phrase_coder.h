@@ -72,7 +72,7 @@ void mqPutSymbol(MQEncoder* encoder, uint32_t start, uint32_t frequency, uint32_
 // Writes the rest of the interval and pads to a whole 32-bit word.
 void mqFlushEncoder(MQEncoder* encoder);
 // Writes the coded stream of `table`: header, dictionary, frequencies and the coded parse.
-// Sorts the phrases by falling frequency and scales frequencies so that their total fits the
+// Sorts the phrases by falling frequency and scales frequencies to a power of two that fits the
 // coder.
 std::vector<uint8_t> mqEncodeStream(MQPhraseTable* table);
 // Analysis, optimisation, limiting and coding in one call.
@@ -105,7 +105,8 @@ MQDecoder* mqOpenDecoder(void* state, uint32_t size, const void* data, uint32_t 
 // record holds.
 uint32_t mqDecode(MQDecoder* decoder, void* state, void* dst, uint32_t count);
 // The variant in service: the quotients are floating-point estimates with an exact integer
-// correction (one division per phrase, multiplications by the reciprocal of the total).
+// correction (one division per phrase, multiplications by the reciprocal of the total, or
+// shifts where the total is a power of two, as the encoder makes it).
 uint32_t mqDecodeFloat(MQDecoder* decoder, void* state, void* dst, uint32_t count);
 // The same symbols with integer division only.
 uint32_t mqDecodeInteger(MQDecoder* decoder, void* state, void* dst, uint32_t count);

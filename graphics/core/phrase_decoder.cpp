@@ -123,6 +123,8 @@ struct MQDecoder {
   uint32_t mode;
   uint32_t total;
   double totalAsDouble;
+  // log2 of the total where it is a power of two, as the encoder makes it, else -1.
+  int32_t totalShift;
 #if defined(__SIZEOF_INT128__)
   // floor(x / total) = floor(x * magic / 2^(64 + magicShift)) for every x below 2^63, with
   // magic = ceil(2^(64 + magicShift) / total) and magicShift = ceil(log2 total) - 1, for totals
@@ -249,6 +251,7 @@ MQDecoder* mqOpenDecoder(void* statePointer, uint32_t size, const void* data, ui
 #endif
 
   d->totalAsDouble = static_cast<double>(total);
+  d->totalShift = std::has_single_bit(d->total) ? std::countr_zero(d->total) : -1;
   for (DecoderPhrase& phrase : d->phrases) listNonZeros(d.get(), &phrase);
 
   // Buckets: four to eight per phrase, no more than the table limit (and 2^16) allows, none
@@ -412,6 +415,14 @@ struct FloatingQuotients {
   uint64_t ceilScaled(uint64_t range, uint64_t x) const { return byTotal(range * x + total - 1); }
 };
 
+// FloatingQuotients for a total that is a power of two: the quotients by the total are shifts.
+struct ShiftQuotients : FloatingQuotients {
+  uint32_t totalShift;
+  explicit ShiftQuotients(const MQDecoder& d) : FloatingQuotients(d), totalShift(static_cast<uint32_t>(d.totalShift)) {}
+  uint64_t floorScaled(uint64_t range, uint64_t x) const { return (range * x) >> totalShift; }
+  uint64_t ceilScaled(uint64_t range, uint64_t x) const { return (range * x + total - 1) >> totalShift; }
+};
+
 template <typename Quotients, typename Sink>
 uint32_t decodeSymbols(MQDecoder* d, MQDecoderState* shared, Sink& sink, uint32_t count) {
   // The loop works on copies of the state and the reader, which the stores of symbols then
@@ -478,6 +489,7 @@ uint32_t decodeByUnit(MQDecoder* d, void* state, void* dst, uint32_t count) {
 }  // namespace
 
 uint32_t mqDecodeFloat(MQDecoder* decoder, void* state, void* dst, uint32_t count) {
+  if (decoder->totalShift >= 0) return decodeByUnit<ShiftQuotients>(decoder, state, dst, count);
   return decodeByUnit<FloatingQuotients>(decoder, state, dst, count);
 }
 
@@ -488,7 +500,11 @@ uint32_t mqDecodeInteger(MQDecoder* decoder, void* state, void* dst, uint32_t co
 uint32_t mqDecodeScattered(MQDecoder* decoder, void* state, int32_t* dst, const uint16_t* order,
                            uint32_t count) {
   ScatterSink sink{dst, order};
-  decodeSymbols<FloatingQuotients>(decoder, static_cast<MQDecoderState*>(state), sink, count);
+  if (decoder->totalShift >= 0) {
+    decodeSymbols<ShiftQuotients>(decoder, static_cast<MQDecoderState*>(state), sink, count);
+  } else {
+    decodeSymbols<FloatingQuotients>(decoder, static_cast<MQDecoderState*>(state), sink, count);
+  }
   return sink.end;
 }
 
