@@ -136,6 +136,7 @@ struct MQDecoder {
 #endif
   std::vector<int32_t> values;  // the values of all phrases, one after the other
   std::vector<PhraseInterval> intervals;
+  std::vector<double> totalPerFrequency;  // total / frequency of each phrase
   std::vector<DecoderPhrase> phrases;
   std::vector<NonZeroSymbol> nonZeroSlots;  // kNonZeroSlots a phrase
   std::vector<NonZeroSymbol> moreNonZeros;
@@ -252,6 +253,7 @@ MQDecoder* mqOpenDecoder(void* statePointer, uint32_t size, const void* data, ui
 
   d->totalAsDouble = static_cast<double>(total);
   d->totalShift = std::has_single_bit(d->total) ? std::countr_zero(d->total) : -1;
+  for (const PhraseInterval& interval : d->intervals) d->totalPerFrequency.push_back(d->totalAsDouble / (interval.end - interval.start));
   for (DecoderPhrase& phrase : d->phrases) listNonZeros(d.get(), &phrase);
 
   // Buckets: four to eight per phrase, no more than the table limit (and 2^16) allows, none
@@ -354,25 +356,31 @@ template <typename Sink>
 struct IntegerQuotients {
   uint64_t total;
   explicit IntegerQuotients(const MQDecoder& d) : total(d.total) {}
+  void start(uint64_t, uint64_t) {}
   uint64_t code(uint64_t code, uint64_t range) const { return code * total / range; }
-  void setRange(uint64_t, int) {}
+  void next(uint32_t, uint32_t, uint64_t, int) {}
   uint64_t floorScaled(uint64_t range, uint64_t x) const { return range * x / total; }
   uint64_t ceilScaled(uint64_t range, uint64_t x) const { return (range * x + total - 1) / total; }
 };
 
-// floor(product / divisor) from an estimate that is at most one off either way; the products
-// of a step stay below 2^63, so neither test overflows.
-uint64_t exactQuotient(uint64_t estimate, uint64_t product, uint64_t divisor) {
+// floor(product / divisor) from an estimate that is seldom more than one below it; a worse one,
+// as a damaged stream gives, makes way for the division.
+uint64_t correctedQuotient(uint64_t estimate, uint64_t product, uint64_t divisor) {
   uint64_t q = estimate;
-  while (q > 0 && q * divisor > product) --q;
-  while (product - q * divisor >= divisor) ++q;
-  return q;
+  if (q > 0 && q * divisor > product) --q;
+  uint64_t rest = product - q * divisor;
+  if (rest < divisor) return q;
+  if (rest < 2 * divisor) return q + 1;
+  return product / divisor;
 }
 
-// The same quotients without integer division: the scaled code by a floating-point estimate
-// corrected to the exact floor (one division per step, started as soon as the range is known),
-// the quotients by the fixed total by a multiplication with its reciprocal: exact in 128 bits
-// where the compiler has them, else an estimate corrected like the first.
+// The same quotients without integer division. The scaled code of a step comes from an
+// estimate that the step before makes as soon as it knows its phrase: its reduced code times
+// total / (range * frequency / total), a reciprocal that two known factors give, corrected to
+// the exact floor once the code is known. The division for the exact reciprocal of the new
+// range runs beside the next step. The quotients by the fixed total are a multiplication by
+// its reciprocal: exact in 128 bits where the compiler has them, else an estimate corrected to
+// the floor.
 struct FloatingQuotients {
   uint64_t total;
   double totalAsDouble;
@@ -380,27 +388,31 @@ struct FloatingQuotients {
   uint64_t magic;
   uint32_t magicShift;
   explicit FloatingQuotients(const MQDecoder& d)
-      : total(d.total), totalAsDouble(d.totalAsDouble), magic(d.magic), magicShift(d.magicShift) {}
+      : total(d.total), totalAsDouble(d.totalAsDouble), magic(d.magic), magicShift(d.magicShift),
+        totalPerFrequency(d.totalPerFrequency.data()) {}
 #else
   double reciprocalTotal;
   explicit FloatingQuotients(const MQDecoder& d)
-      : total(d.total), totalAsDouble(d.totalAsDouble), reciprocalTotal(d.reciprocalTotal) {}
+      : total(d.total), totalAsDouble(d.totalAsDouble), reciprocalTotal(d.reciprocalTotal),
+        totalPerFrequency(d.totalPerFrequency.data()) {}
 #endif
-  // total / range, in two factors: the division starts as soon as the range is known, before
-  // it is shifted into place, and the power of two of the shift follows.
-  double totalPerRange = 0;
-  double rangeShift = 1;
+  const double* totalPerFrequency = nullptr;
+  double totalPerRange = 0;  // total / range
+  uint64_t estimate = 0;  // of the next scaled code
 
   // The estimates stay below 2^63: the signed conversion is exact and needs no range test.
   static uint64_t truncate(double value) { return static_cast<uint64_t>(static_cast<int64_t>(value)); }
-  // The range is `range` shifted left by `shift`.
-  void setRange(uint64_t range, int shift) {
-    totalPerRange = totalAsDouble / static_cast<double>(static_cast<int64_t>(range));
-    rangeShift = std::bit_cast<double>(static_cast<uint64_t>(1023 - shift) << 52);
+  static double toDouble(uint64_t value) { return static_cast<double>(static_cast<int64_t>(value)); }
+  void start(uint64_t code, uint64_t range) {
+    totalPerRange = totalAsDouble / toDouble(range);
+    estimate = truncate(toDouble(code) * totalPerRange);
   }
-  uint64_t code(uint64_t code, uint64_t range) const {
-    uint64_t estimate = truncate(static_cast<double>(static_cast<int64_t>(code)) * rangeShift * totalPerRange);
-    return exactQuotient(estimate, code * total, range);
+  uint64_t code(uint64_t code, uint64_t range) const { return correctedQuotient(estimate, code * total, range); }
+  // After `phrase`: the code less the phrase's low end, and the new range before its shift left
+  // by `shift`.
+  void next(uint32_t phrase, uint32_t reducedCode, uint64_t range, int shift) {
+    estimate = truncate(toDouble(reducedCode) * (totalPerRange * totalPerFrequency[phrase]));
+    totalPerRange = totalAsDouble / toDouble(range) * std::bit_cast<double>(static_cast<uint64_t>(1023 - shift) << 52);
   }
   // The products of a step stay below 2^63.
   uint64_t byTotal(uint64_t product) const {
@@ -408,7 +420,7 @@ struct FloatingQuotients {
     uint64_t high = static_cast<uint64_t>((static_cast<unsigned __int128>(product) * magic) >> 64);
     return total == 1 ? product : high >> magicShift;
 #else
-    return exactQuotient(truncate(static_cast<double>(static_cast<int64_t>(product)) * reciprocalTotal), product, total);
+    return correctedQuotient(truncate(toDouble(product) * reciprocalTotal), product, total);
 #endif
   }
   uint64_t floorScaled(uint64_t range, uint64_t x) const { return byTotal(range * x); }
@@ -431,7 +443,7 @@ uint32_t decodeSymbols(MQDecoder* d, MQDecoderState* shared, Sink& sink, uint32_
   CodeReader reader = std::move(d->code);
   MQDecoderState* s = &state;
   Quotients quotients(*d);
-  quotients.setRange(s->range, 0);
+  quotients.start(s->code, s->range);
   uint32_t out = 0;
   if (s->pending >= 0) out += writePhrase(*d, s, sink, 0, count);
   const uint32_t total = d->total;
@@ -442,11 +454,11 @@ uint32_t decodeSymbols(MQDecoder* d, MQDecoderState* shared, Sink& sink, uint32_
     const PhraseInterval interval = d->intervals[p];
     uint32_t newRange = static_cast<uint32_t>(quotients.floorScaled(range, interval.end - interval.start));
     uint32_t low = static_cast<uint32_t>(quotients.ceilScaled(range, interval.start));
-    uint32_t code = s->code - low;
+    uint32_t reducedCode = s->code - low;
     int shift = std::countl_zero(newRange);
-    quotients.setRange(newRange, shift);
+    quotients.next(p, reducedCode, newRange, shift);
     newRange <<= shift;
-    code = static_cast<uint32_t>((uint64_t{code} << shift) | reader.bits(static_cast<uint32_t>(shift)));
+    uint32_t code = static_cast<uint32_t>((uint64_t{reducedCode} << shift) | reader.bits(static_cast<uint32_t>(shift)));
     s->range = newRange;
     s->code = code;
     const DecoderPhrase& phrase = d->phrases[p];
