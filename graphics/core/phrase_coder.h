@@ -104,9 +104,10 @@ MQDecoder* mqOpenDecoder(void* state, uint32_t size, const void* data, uint32_t 
 // Writes `count` symbols to `dst`; returns `count`. Calls the variant that the live interface
 // record holds.
 uint32_t mqDecode(MQDecoder* decoder, void* state, void* dst, uint32_t count);
-// The variant in service: the quotients are floating-point estimates with an exact integer
-// correction (one division per phrase, multiplications by the reciprocal of the total, or
-// shifts where the total is a power of two, as the encoder makes it).
+// The variant in service: the scaled code of each step is an estimate that the step before
+// makes from its phrase, with an exact integer correction (one division per phrase, beside the
+// next step; multiplications by the reciprocal of the total, or shifts where the total is a
+// power of two, as the encoder makes it).
 uint32_t mqDecodeFloat(MQDecoder* decoder, void* state, void* dst, uint32_t count);
 // The same symbols with integer division only.
 uint32_t mqDecodeInteger(MQDecoder* decoder, void* state, void* dst, uint32_t count);

@@ -122,7 +122,6 @@ struct MQDecoder {
   CodeReader code;
   uint32_t mode;
   uint32_t total;
-  double totalAsDouble;
   // log2 of the total where it is a power of two, as the encoder makes it, else -1.
   int32_t totalShift;
 #if defined(__SIZEOF_INT128__)
@@ -131,12 +130,21 @@ struct MQDecoder {
   // above 1 (a total of 1 divides nothing).
   uint64_t magic = 0;
   uint32_t magicShift = 0;
+  // The fixed-point factors of the estimates (see EstimatedQuotients): total / range and
+  // total / frequency scaled so that their high product is total^2 / (range * frequency) << 32,
+  // for totals up to 2^30 (beyond, decoding divides).
+  uint32_t rangeScaleShift = 0;  // total / range is scaled by 2^rangeScaleShift
+  double scaledTotal = 0;  // total << rangeScaleShift
+  using FrequencyFactor = uint64_t;  // total / frequency << (63 - ceil(log2 total))
 #else
   double reciprocalTotal;  // 1 / total, for estimates of the quotients by total
+  double scaledTotal;  // the total
+  using FrequencyFactor = double;  // total / frequency
 #endif
+  bool estimates;  // whether the quotients of a step come from estimates
   std::vector<int32_t> values;  // the values of all phrases, one after the other
   std::vector<PhraseInterval> intervals;
-  std::vector<double> totalPerFrequency;  // total / frequency of each phrase
+  std::vector<FrequencyFactor> totalPerFrequency;  // of each phrase
   std::vector<DecoderPhrase> phrases;
   std::vector<NonZeroSymbol> nonZeroSlots;  // kNonZeroSlots a phrase
   std::vector<NonZeroSymbol> moreNonZeros;
@@ -242,18 +250,27 @@ MQDecoder* mqOpenDecoder(void* statePointer, uint32_t size, const void* data, ui
   }
   if (total == 0) return nullptr;
   d->total = static_cast<uint32_t>(total);
+  d->totalShift = std::has_single_bit(d->total) ? std::countr_zero(d->total) : -1;
+  const uint32_t totalBits = static_cast<uint32_t>(std::bit_width(d->total - 1));
 #if defined(__SIZEOF_INT128__)
   if (d->total > 1) {
-    d->magicShift = static_cast<uint32_t>(std::bit_width(d->total - 1)) - 1;
+    d->magicShift = totalBits - 1;
     d->magic = static_cast<uint64_t>(((static_cast<unsigned __int128>(1) << (64 + d->magicShift)) + d->total - 1) / d->total);
+  }
+  d->estimates = totalBits <= 30;
+  d->rangeScaleShift = 33 + totalBits;
+  d->scaledTotal = std::ldexp(static_cast<double>(total), static_cast<int>(d->rangeScaleShift));
+  for (const PhraseInterval& interval : d->intervals) {
+    d->totalPerFrequency.push_back((total << (63 - std::min(totalBits, 30u))) / (interval.end - interval.start));
   }
 #else
   d->reciprocalTotal = 1.0 / static_cast<double>(total);
+  d->estimates = true;
+  d->scaledTotal = static_cast<double>(total);
+  for (const PhraseInterval& interval : d->intervals) {
+    d->totalPerFrequency.push_back(d->scaledTotal / (interval.end - interval.start));
+  }
 #endif
-
-  d->totalAsDouble = static_cast<double>(total);
-  d->totalShift = std::has_single_bit(d->total) ? std::countr_zero(d->total) : -1;
-  for (const PhraseInterval& interval : d->intervals) d->totalPerFrequency.push_back(d->totalAsDouble / (interval.end - interval.start));
   for (DecoderPhrase& phrase : d->phrases) listNonZeros(d.get(), &phrase);
 
   // Buckets: four to eight per phrase, no more than the table limit (and 2^16) allows, none
@@ -376,61 +393,81 @@ uint64_t correctedQuotient(uint64_t estimate, uint64_t product, uint64_t divisor
 
 // The same quotients without integer division. The scaled code of a step comes from an
 // estimate that the step before makes as soon as it knows its phrase: its reduced code times
-// total / (range * frequency / total), a reciprocal that two known factors give, corrected to
-// the exact floor once the code is known. The division for the exact reciprocal of the new
-// range runs beside the next step. The quotients by the fixed total are a multiplication by
-// its reciprocal: exact in 128 bits where the compiler has them, else an estimate corrected to
-// the floor.
-struct FloatingQuotients {
+// total / (range * frequency / total), the product of two known factors (total / range and
+// total / frequency), corrected to the exact floor once the code is known. The division for
+// the reciprocal of the new range runs beside the next step. With 128-bit products the factors
+// are fixed-point integers and the quotients by the total exact multiplications by its
+// reciprocal; without, they are doubles and estimates corrected to the floor.
+struct EstimatedQuotients {
   uint64_t total;
-  double totalAsDouble;
+  explicit EstimatedQuotients(const MQDecoder& d)
+      : total(d.total),
+#if defined(__SIZEOF_INT128__)
+        magic(d.magic), magicShift(d.magicShift), scaledTotal(d.scaledTotal),
+        rangeScaleShift(d.rangeScaleShift)
+#else
+        reciprocalTotal(d.reciprocalTotal), scaledTotal(d.scaledTotal)
+#endif
+        , totalPerFrequency(d.totalPerFrequency.data()) {
+  }
+
+  // Truncations and conversions of values known to stay below 2^63.
+  static uint64_t truncate(double value) { return static_cast<uint64_t>(static_cast<int64_t>(value)); }
+  static double toDouble(uint64_t value) { return static_cast<double>(static_cast<int64_t>(value)); }
+  static double powerOfTwo(int exponent) { return std::bit_cast<double>(static_cast<uint64_t>(1023 + exponent) << 52); }
+
 #if defined(__SIZEOF_INT128__)
   uint64_t magic;
   uint32_t magicShift;
-  explicit FloatingQuotients(const MQDecoder& d)
-      : total(d.total), totalAsDouble(d.totalAsDouble), magic(d.magic), magicShift(d.magicShift),
-        totalPerFrequency(d.totalPerFrequency.data()) {}
-#else
-  double reciprocalTotal;
-  explicit FloatingQuotients(const MQDecoder& d)
-      : total(d.total), totalAsDouble(d.totalAsDouble), reciprocalTotal(d.reciprocalTotal),
-        totalPerFrequency(d.totalPerFrequency.data()) {}
-#endif
-  const double* totalPerFrequency = nullptr;
-  double totalPerRange = 0;  // total / range
+  double scaledTotal;  // total << rangeScaleShift
+  uint32_t rangeScaleShift;
+  const uint64_t* totalPerFrequency;
+  uint64_t totalPerRange = 0;  // total / range << rangeScaleShift
   uint64_t estimate = 0;  // of the next scaled code
 
-  // The estimates stay below 2^63: the signed conversion is exact and needs no range test.
-  static uint64_t truncate(double value) { return static_cast<uint64_t>(static_cast<int64_t>(value)); }
-  static double toDouble(uint64_t value) { return static_cast<double>(static_cast<int64_t>(value)); }
-  void start(uint64_t code, uint64_t range) {
-    totalPerRange = totalAsDouble / toDouble(range);
-    estimate = truncate(toDouble(code) * totalPerRange);
+  static uint64_t highProduct(uint64_t a, uint64_t b) {
+    return static_cast<uint64_t>((static_cast<unsigned __int128>(a) * b) >> 64);
   }
-  uint64_t code(uint64_t code, uint64_t range) const { return correctedQuotient(estimate, code * total, range); }
+  void start(uint64_t code, uint64_t range) {
+    totalPerRange = truncate(scaledTotal / toDouble(range));
+    estimate = static_cast<uint64_t>((static_cast<unsigned __int128>(code) * totalPerRange) >> rangeScaleShift);
+  }
   // After `phrase`: the code less the phrase's low end, and the new range before its shift left
-  // by `shift`.
+  // by `shift`. The two factors' product is total^2 / (range * frequency) << 32.
   void next(uint32_t phrase, uint32_t reducedCode, uint64_t range, int shift) {
-    estimate = truncate(toDouble(reducedCode) * (totalPerRange * totalPerFrequency[phrase]));
-    totalPerRange = totalAsDouble / toDouble(range) * std::bit_cast<double>(static_cast<uint64_t>(1023 - shift) << 52);
+    estimate = highProduct(uint64_t{reducedCode} << 32, highProduct(totalPerRange, totalPerFrequency[phrase]));
+    totalPerRange = truncate(scaledTotal * powerOfTwo(-shift) / toDouble(range));
   }
   // The products of a step stay below 2^63.
-  uint64_t byTotal(uint64_t product) const {
-#if defined(__SIZEOF_INT128__)
-    uint64_t high = static_cast<uint64_t>((static_cast<unsigned __int128>(product) * magic) >> 64);
-    return total == 1 ? product : high >> magicShift;
+  uint64_t byTotal(uint64_t product) const { return total == 1 ? product : highProduct(product, magic) >> magicShift; }
 #else
-    return correctedQuotient(truncate(toDouble(product) * reciprocalTotal), product, total);
-#endif
+  double reciprocalTotal;
+  double scaledTotal;  // the total
+  const double* totalPerFrequency;
+  double totalPerRange = 0;
+  uint64_t estimate = 0;
+
+  void start(uint64_t code, uint64_t range) {
+    totalPerRange = scaledTotal / toDouble(range);
+    estimate = truncate(toDouble(code) * totalPerRange);
   }
+  void next(uint32_t phrase, uint32_t reducedCode, uint64_t range, int shift) {
+    estimate = truncate(toDouble(reducedCode) * (totalPerRange * totalPerFrequency[phrase]));
+    totalPerRange = scaledTotal * powerOfTwo(-shift) / toDouble(range);
+  }
+  uint64_t byTotal(uint64_t product) const {
+    return correctedQuotient(truncate(toDouble(product) * reciprocalTotal), product, total);
+  }
+#endif
+  uint64_t code(uint64_t code, uint64_t range) const { return correctedQuotient(estimate, code * total, range); }
   uint64_t floorScaled(uint64_t range, uint64_t x) const { return byTotal(range * x); }
   uint64_t ceilScaled(uint64_t range, uint64_t x) const { return byTotal(range * x + total - 1); }
 };
 
-// FloatingQuotients for a total that is a power of two: the quotients by the total are shifts.
-struct ShiftQuotients : FloatingQuotients {
+// EstimatedQuotients for a total that is a power of two: the quotients by the total are shifts.
+struct ShiftQuotients : EstimatedQuotients {
   uint32_t totalShift;
-  explicit ShiftQuotients(const MQDecoder& d) : FloatingQuotients(d), totalShift(static_cast<uint32_t>(d.totalShift)) {}
+  explicit ShiftQuotients(const MQDecoder& d) : EstimatedQuotients(d), totalShift(static_cast<uint32_t>(d.totalShift)) {}
   uint64_t floorScaled(uint64_t range, uint64_t x) const { return (range * x) >> totalShift; }
   uint64_t ceilScaled(uint64_t range, uint64_t x) const { return (range * x + total - 1) >> totalShift; }
 };
@@ -501,8 +538,9 @@ uint32_t decodeByUnit(MQDecoder* d, void* state, void* dst, uint32_t count) {
 }  // namespace
 
 uint32_t mqDecodeFloat(MQDecoder* decoder, void* state, void* dst, uint32_t count) {
+  if (!decoder->estimates) return decodeByUnit<IntegerQuotients>(decoder, state, dst, count);
   if (decoder->totalShift >= 0) return decodeByUnit<ShiftQuotients>(decoder, state, dst, count);
-  return decodeByUnit<FloatingQuotients>(decoder, state, dst, count);
+  return decodeByUnit<EstimatedQuotients>(decoder, state, dst, count);
 }
 
 uint32_t mqDecodeInteger(MQDecoder* decoder, void* state, void* dst, uint32_t count) {
@@ -512,10 +550,13 @@ uint32_t mqDecodeInteger(MQDecoder* decoder, void* state, void* dst, uint32_t co
 uint32_t mqDecodeScattered(MQDecoder* decoder, void* state, int32_t* dst, const uint16_t* order,
                            uint32_t count) {
   ScatterSink sink{dst, order};
-  if (decoder->totalShift >= 0) {
-    decodeSymbols<ShiftQuotients>(decoder, static_cast<MQDecoderState*>(state), sink, count);
+  auto* s = static_cast<MQDecoderState*>(state);
+  if (!decoder->estimates) {
+    decodeSymbols<IntegerQuotients>(decoder, s, sink, count);
+  } else if (decoder->totalShift >= 0) {
+    decodeSymbols<ShiftQuotients>(decoder, s, sink, count);
   } else {
-    decodeSymbols<FloatingQuotients>(decoder, static_cast<MQDecoderState*>(state), sink, count);
+    decodeSymbols<EstimatedQuotients>(decoder, s, sink, count);
   }
   return sink.end;
 }
