@@ -251,8 +251,8 @@ MQDecoder* mqOpenDecoder(void* statePointer, uint32_t size, const void* data, ui
   if (total == 0) return nullptr;
   d->total = static_cast<uint32_t>(total);
   d->totalShift = std::has_single_bit(d->total) ? std::countr_zero(d->total) : -1;
-  const uint32_t totalBits = static_cast<uint32_t>(std::bit_width(d->total - 1));
 #if defined(__SIZEOF_INT128__)
+  const uint32_t totalBits = static_cast<uint32_t>(std::bit_width(d->total - 1));
   if (d->total > 1) {
     d->magicShift = totalBits - 1;
     d->magic = static_cast<uint64_t>(((static_cast<unsigned __int128>(1) << (64 + d->magicShift)) + d->total - 1) / d->total);
