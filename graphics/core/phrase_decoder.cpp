@@ -260,15 +260,18 @@ MQDecoder* mqOpenDecoder(void* statePointer, uint32_t size, const void* data, ui
   d->estimates = totalBits <= 30;
   d->rangeScaleShift = 33 + totalBits;
   d->scaledTotal = std::ldexp(static_cast<double>(total), static_cast<int>(d->rangeScaleShift));
+  // A phrase of frequency 0 is never decoded; its factor is never used.
   for (const PhraseInterval& interval : d->intervals) {
-    d->totalPerFrequency.push_back((total << (63 - std::min(totalBits, 30u))) / (interval.end - interval.start));
+    uint32_t f = interval.end - interval.start;
+    d->totalPerFrequency.push_back(f == 0 ? 0 : (total << (63 - std::min(totalBits, 30u))) / f);
   }
 #else
   d->reciprocalTotal = 1.0 / static_cast<double>(total);
   d->estimates = true;
   d->scaledTotal = static_cast<double>(total);
   for (const PhraseInterval& interval : d->intervals) {
-    d->totalPerFrequency.push_back(d->scaledTotal / (interval.end - interval.start));
+    uint32_t f = interval.end - interval.start;
+    d->totalPerFrequency.push_back(f == 0 ? 0 : d->scaledTotal / f);
   }
 #endif
   for (DecoderPhrase& phrase : d->phrases) listNonZeros(d.get(), &phrase);

@@ -303,6 +303,17 @@ TEST(PhraseCoder, AllFrequenciesOneStoreOnlyTheFirst) {
   EXPECT_EQ(seven, (std::vector<uint8_t>{30, 30, 10, 20, 21, 30, 30}));
 }
 
+TEST(PhraseCoder, PhrasesOfFrequencyZeroAreNeverDecoded) {
+  // Behind a zero every frequency is read in no bits, so it is zero too.
+  IndependentStream s(3, 8);
+  s.phrase({10}, 8, 1);
+  s.phrase({20}, 8, 1);
+  s.phrase({30}, 8, 1);
+  s.frequencies({6, 0, 0});
+  for (int i = 0; i < 5; ++i) s.symbol(0);
+  EXPECT_EQ(decodeAll<uint8_t>(s.bytes(), kMQUnit8, 5, kMQTableLimit, 2), (std::vector<uint8_t>(5, 10)));
+}
+
 TEST(PhraseCoder, ALongRepeatRunsOnAcrossCallsAndTheLastWordNeedsNoMore) {
   IndependentStream s(1, 0x80000000u | 12);
   s.phrase({-5}, 12, 500);  // two count groups
