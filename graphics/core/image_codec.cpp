@@ -235,11 +235,11 @@ class PictureDecoder {
       int32_t* c = coefficients + static_cast<size_t>(block) * n_ * n_;
       const BlockExtent extent = extents[block];
       if (block < 4) {
-        transform(luma, block, side_, side_, scale_, scale_, c, extent);
+        transform(luma, block, side_, side_, scale_, scale_, c, extent, top, left);
       } else if (!grey_) {
         int32_t index = (block - 4) % chroma_.blocks;
         transform(block - 4 < chroma_.blocks ? cbPlane : crPlane, index, chromaW, chromaH, sxChroma_, syChroma_,
-                  c, extent);
+                  c, extent, top, left);
       }
       for (int32_t v = 0; v < extent.rows; ++v) std::memset(c + v * n_, 0, extent.columns * sizeof(int32_t));
     }
@@ -248,11 +248,13 @@ class PictureDecoder {
 
  private:
   // Block number `index` of a plane whose blocks are `width` by `height`, transformed into its
-  // place of the raster.
+  // place of the raster of the macroblock at row `top`, column `left`; a block wholly outside
+  // the picture is left out, since nothing of it is copied.
   void transform(int32_t* plane, int32_t index, int32_t width, int32_t height, int32_t sx, int32_t sy,
-                 const int32_t* coefficients, BlockExtent extent) {
-    kernels_.inverse(plane + (index / 2) * height * macro_ + (index % 2) * width, macro_, coefficients, q_, b_,
-                     sx, sy, extent);
+                 const int32_t* coefficients, BlockExtent extent, int64_t top, int64_t left) {
+    const int32_t row = (index / 2) * height, column = (index % 2) * width;
+    if (top + row >= outH_ || left + column >= outW_) return;
+    kernels_.inverse(plane + row * macro_ + column, macro_, coefficients, q_, b_, sx, sy, extent);
   }
 
   void convert(int64_t top, int64_t left, const int32_t* luma, const int32_t* cbPlane, const int32_t* crPlane) {

@@ -16,6 +16,9 @@ constexpr uint32_t kMaxRepeat = 1u << 30;
 constexpr uint32_t kShortestRun = 4;
 // Splitting changes the frequencies by which the next round judges; a few rounds settle.
 constexpr int kSplitRounds = 4;
+// What a step that the decoder does not take is worth in bits of the stream: a phrase that
+// costs a little size but saves many steps is kept.
+constexpr double kStepBits = 2.0;
 
 int32_t readSymbol(const void* symbols, uint32_t index, uint32_t mode) {
   bool isSigned = (mode & kMQSigned) != 0;
@@ -204,7 +207,7 @@ std::vector<bool> joinedNotWorthKeeping(const MQPhraseTable& table, uint32_t wid
       apart += codeBits(n, others + n, steps) - sharingGain(others, n);
       if (others == 0) apart += dictionaryBits(part, n, width);
     }
-    if (apart < kept) split[i] = *any = true;
+    if (apart + kStepBits * static_cast<double>(n) < kept) split[i] = *any = true;
   }
   return split;
 }
@@ -221,7 +224,7 @@ std::vector<bool> runsNotWorthKeeping(const MQPhraseTable& table, uint32_t width
     const MQPhrase& phrase = table.phrases[i];
     if (!isSplittableRun(phrase)) continue;
     double extraSteps = static_cast<double>(phrase.frequency) * (std::popcount(phrase.repeat) - 1);
-    if (extraSteps * bitsPerStep < dictionaryBits(1, phrase.repeat, phrase.frequency, width)) {
+    if (extraSteps * (bitsPerStep + kStepBits) < dictionaryBits(1, phrase.repeat, phrase.frequency, width)) {
       split[i] = *any = true;
     }
   }
@@ -332,6 +335,136 @@ void mqLimitPhrases(MQPhraseTable* table, uint32_t limit) {
       for (size_t i = 0; i < candidates.size() && i < excess; ++i) split[candidates[i]] = true;
       splitPhrases(table, split);
     }
+  }
+}
+
+namespace {
+
+// A joined pair holds at most this many values: longer ones never pay their place in the
+// dictionary, and they would only slow the analysis down.
+constexpr uint64_t kLongestJoinedPair = 256;
+
+uint64_t expandedLength(const MQPhrase& phrase) { return uint64_t{phrase.repeat} * phrase.values.size(); }
+
+// f log2 f, the part of a phrase of frequency f in the code's size (steps log2 steps less the
+// sum of these over the phrases).
+double frequencyTerm(uint64_t f) { return f == 0 ? 0.0 : static_cast<double>(f) * std::log2(static_cast<double>(f)); }
+
+// A pair of phrases that follow each other `count` times, and what joining them saves in bits.
+struct PairCandidate {
+  uint32_t first, second;
+  uint64_t count;
+  double gain;
+};
+
+// Counts the pairs of neighbours in the parse; a run of one phrase counts its pairs without
+// overlap, as the join replaces them.
+std::unordered_map<uint64_t, uint64_t> countPairs(const std::vector<uint32_t>& parse) {
+  std::unordered_map<uint64_t, uint64_t> pairs;
+  pairs.reserve(parse.size() / 2);
+  uint64_t lastKey = UINT64_MAX;
+  size_t lastAt = 0;
+  for (size_t i = 0; i + 1 < parse.size(); ++i) {
+    uint64_t key = (uint64_t{parse[i]} << 32) | parse[i + 1];
+    if (key == lastKey && lastAt + 1 == i) continue;
+    ++pairs[key];
+    lastKey = key;
+    lastAt = i;
+  }
+  return pairs;
+}
+
+// What joining `count` occurrences of the pair saves: code bits, less the joined phrase's
+// entry, plus the entries of parts that no step uses any more.
+double joinGain(const MQPhraseTable& table, uint32_t a, uint32_t b, uint64_t count, uint32_t width) {
+  const uint64_t steps = table.parse.size(), fa = table.phrases[a].frequency, fb = table.phrases[b].frequency;
+  const uint64_t after = steps - count;
+  double codeBefore = frequencyTerm(steps) - frequencyTerm(fa) - (a == b ? 0.0 : frequencyTerm(fb));
+  double codeAfter = frequencyTerm(after) - frequencyTerm(count);
+  if (a == b) {
+    codeAfter -= frequencyTerm(fa - 2 * count);
+  } else {
+    codeAfter -= frequencyTerm(fa - count) + frequencyTerm(fb - count);
+  }
+  const MQPhrase& pa = table.phrases[a];
+  const MQPhrase& pb = table.phrases[b];
+  double gain = codeBefore - codeAfter - dictionaryBits(expandedLength(pa) + expandedLength(pb), 1, count, width);
+  if (fa == count + (a == b ? count : 0)) gain += dictionaryBits(pa.values.size(), pa.repeat, fa, width);
+  if (a != b && fb == count) gain += dictionaryBits(pb.values.size(), pb.repeat, fb, width);
+  return gain;
+}
+
+// The pairs worth joining in one round, best first, no phrase in two of them (so that the
+// counts hold), at most `room` of them.
+std::vector<PairCandidate> pairsToJoin(const MQPhraseTable& table, uint32_t width, size_t room) {
+  std::vector<PairCandidate> candidates;
+  for (auto [key, count] : countPairs(table.parse)) {
+    uint32_t a = static_cast<uint32_t>(key >> 32), b = static_cast<uint32_t>(key);
+    if (count < 2 || expandedLength(table.phrases[a]) + expandedLength(table.phrases[b]) > kLongestJoinedPair) continue;
+    double gain = joinGain(table, a, b, count, width) + kStepBits * static_cast<double>(count);
+    if (gain > 0) candidates.push_back({a, b, count, gain});
+  }
+  std::sort(candidates.begin(), candidates.end(), [](const PairCandidate& x, const PairCandidate& y) {
+    return x.gain != y.gain ? x.gain > y.gain : (x.first != y.first ? x.first < y.first : x.second < y.second);
+  });
+  std::vector<bool> taken(table.phrases.size(), false);
+  std::vector<PairCandidate> chosen;
+  for (const PairCandidate& c : candidates) {
+    if (chosen.size() == room) break;
+    if (taken[c.first] || taken[c.second]) continue;
+    taken[c.first] = taken[c.second] = true;
+    chosen.push_back(c);
+  }
+  return chosen;
+}
+
+// Replaces the chosen pairs by new phrases of their values, left to right, and drops the
+// phrases that no step uses any more.
+void joinPairs(MQPhraseTable* table, const std::vector<PairCandidate>& chosen) {
+  std::vector<std::pair<uint32_t, uint32_t>> joinsWith(table->phrases.size(), {UINT32_MAX, 0});
+  for (const PairCandidate& c : chosen) {
+    MQPhrase joined;
+    for (uint32_t id : {c.first, c.second}) {
+      const MQPhrase& part = table->phrases[id];
+      for (uint32_t r = 0; r < part.repeat; ++r) joined.values.insert(joined.values.end(), part.values.begin(), part.values.end());
+    }
+    joinsWith[c.first] = {c.second, static_cast<uint32_t>(table->phrases.size())};
+    table->phrases.push_back(std::move(joined));
+  }
+  std::vector<uint32_t> parse;
+  parse.reserve(table->parse.size());
+  for (size_t i = 0; i < table->parse.size(); ++i) {
+    uint32_t id = table->parse[i];
+    if (id < joinsWith.size() && i + 1 < table->parse.size() && joinsWith[id].first == table->parse[i + 1]) {
+      parse.push_back(joinsWith[id].second);
+      ++i;
+    } else {
+      parse.push_back(id);
+    }
+  }
+  std::vector<uint32_t> frequency(table->phrases.size(), 0);
+  for (uint32_t id : parse) ++frequency[id];
+  std::vector<uint32_t> renumbered(table->phrases.size(), UINT32_MAX);
+  std::vector<MQPhrase> kept;
+  for (uint32_t id = 0; id < table->phrases.size(); ++id) {
+    if (frequency[id] == 0) continue;
+    renumbered[id] = static_cast<uint32_t>(kept.size());
+    kept.push_back(std::move(table->phrases[id]));
+    kept.back().frequency = frequency[id];
+  }
+  for (uint32_t& id : parse) id = renumbered[id];
+  table->phrases = std::move(kept);
+  table->parse = std::move(parse);
+}
+
+}  // namespace
+
+void mqJoinPhrasePairs(MQPhraseTable* table, uint32_t limit) {
+  const uint32_t width = mqPhraseValueWidth(*table);
+  while (table->phrases.size() < limit) {
+    std::vector<PairCandidate> chosen = pairsToJoin(*table, width, limit - table->phrases.size());
+    if (chosen.empty()) break;
+    joinPairs(table, chosen);
   }
 }
 

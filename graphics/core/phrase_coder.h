@@ -37,13 +37,17 @@ struct MQPhraseTable {
 // second, runs of any value join.
 MQPhraseTable* mqAnalyzePhrases(const void* symbols, uint32_t count, uint32_t mode,
                                 uint32_t shortRun);
-// Splits the joined phrases that cost more in the dictionary than they save in the code, and
-// the runs whose length is too rare to pay its entry into powers of two; gives the estimated
-// size of the coded stream in bits.
+// Splits the joined phrases that cost more in the dictionary than they save in the code and in
+// decoding steps, and the runs whose length is too rare to pay its entry into powers of two;
+// gives the estimated size of the coded stream in bits.
 uint64_t mqOptimizePhrases(MQPhraseTable* table);
 // Splits the rarest joined phrases, then the rarest runs of lengths other than powers of two,
 // until at most `limit` phrases remain or nothing of that kind is left.
 void mqLimitPhrases(MQPhraseTable* table, uint32_t limit);
+// Joins pairs of phrases that often follow each other into one phrase of their values, as long
+// as that makes the stream smaller and at most `limit` phrases result: the decoder then takes
+// fewer steps for the same symbols.
+void mqJoinPhrasePairs(MQPhraseTable* table, uint32_t limit);
 void mqFreePhraseTable(MQPhraseTable* table);
 // What a phrase takes in the dictionary, which the analysis counts and the writer writes: the
 // bits of every value of the table, and the bytes of a repeat count.
@@ -68,7 +72,7 @@ void mqPutSymbol(MQEncoder* encoder, uint32_t start, uint32_t frequency, uint32_
 // Writes the rest of the interval and pads to a whole 32-bit word.
 void mqFlushEncoder(MQEncoder* encoder);
 // Writes the coded stream of `table`: header, dictionary, frequencies and the coded parse.
-// Sorts the phrases by falling frequency and scales frequencies so that their total fits the
+// Sorts the phrases by falling frequency and scales frequencies to a power of two that fits the
 // coder.
 std::vector<uint8_t> mqEncodeStream(MQPhraseTable* table);
 // Analysis, optimisation, limiting and coding in one call.
@@ -100,15 +104,16 @@ MQDecoder* mqOpenDecoder(void* state, uint32_t size, const void* data, uint32_t 
 // Writes `count` symbols to `dst`; returns `count`. Calls the variant that the live interface
 // record holds.
 uint32_t mqDecode(MQDecoder* decoder, void* state, void* dst, uint32_t count);
-// The variant in service: the quotients are floating-point estimates with an exact integer
-// correction (one division per phrase, multiplications by the reciprocal of the total).
+// The variant in service: the scaled code of each step is an estimate that the step before
+// makes from its phrase, with an exact integer correction (one division per phrase, beside the
+// next step; multiplications by the reciprocal of the total, or shifts where the total is a
+// power of two, as the encoder makes it).
 uint32_t mqDecodeFloat(MQDecoder* decoder, void* state, void* dst, uint32_t count);
 // The same symbols with integer division only.
 uint32_t mqDecodeInteger(MQDecoder* decoder, void* state, void* dst, uint32_t count);
 // The symbols of mqDecodeFloat for a decoder of signed 32-bit units, the i-th written to
-// dst[order[i]]. Runs of zeros are skipped, so `dst` must hold zeros at those places. Gives a
-// bound behind which all symbols are zero: one past the last non-zero one, or past the end of
-// a phrase of several values that holds it.
+// dst[order[i]]. Zeros are skipped, so `dst` must hold zeros at those places. Gives one past
+// the last non-zero symbol, 0 if there is none.
 uint32_t mqDecodeScattered(MQDecoder* decoder, void* state, int32_t* dst, const uint16_t* order,
                            uint32_t count);
 void mqCloseDecoder(MQDecoder* decoder);

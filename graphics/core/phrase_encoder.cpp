@@ -1,3 +1,7 @@
+#include <map>
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 // The encoder's writer: the bit writer, the arithmetic coder and the coded stream of a phrase
 // table.
 #include "graphics/core/phrase_coder.h"
@@ -66,6 +70,31 @@ namespace {
 // Frequencies are scaled so that their total stays far below the smallest range (2^31).
 constexpr uint64_t kMaxTotal = 1u << 20;
 
+// Scales the phrases' frequencies to a power of two at most kMaxTotal (or the power of two that
+// gives every phrase at least 1), which spares the decoder a division by the total. Rounding
+// keeps the proportions; the difference goes to the largest frequencies.
+void scaleFrequencies(MQPhraseTable* table) {
+  uint64_t total = 0;
+  for (const MQPhrase& phrase : table->phrases) total += phrase.frequency;
+  if (total == 0) return;
+  const uint64_t target = std::max(std::bit_ceil(std::min(total, kMaxTotal)), std::bit_ceil(uint64_t{table->phrases.size()}));
+  uint64_t scaled = 0;
+  for (MQPhrase& phrase : table->phrases) {
+    phrase.frequency = static_cast<uint32_t>(std::max<uint64_t>(1, (phrase.frequency * target + total / 2) / total));
+    scaled += phrase.frequency;
+  }
+  std::vector<MQPhrase*> largestFirst;
+  for (MQPhrase& phrase : table->phrases) largestFirst.push_back(&phrase);
+  std::stable_sort(largestFirst.begin(), largestFirst.end(), [](const MQPhrase* a, const MQPhrase* b) { return a->frequency > b->frequency; });
+  if (scaled < target) largestFirst.front()->frequency += static_cast<uint32_t>(target - scaled);
+  for (MQPhrase* phrase : largestFirst) {
+    if (scaled <= target) break;
+    uint32_t taken = static_cast<uint32_t>(std::min<uint64_t>(phrase->frequency - 1, scaled - target));
+    phrase->frequency -= taken;
+    scaled -= taken;
+  }
+}
+
 void putWord(std::vector<uint8_t>& out, uint32_t value) {
   for (int i = 0; i < 4; ++i) out.push_back(static_cast<uint8_t>(value >> (8 * i)));
 }
@@ -75,20 +104,14 @@ void putWord(std::vector<uint8_t>& out, uint32_t value) {
 std::vector<uint8_t> mqEncodeStream(MQPhraseTable* table) {
   // Scale the counts to the coder's total, keeping every phrase at least 1, then order the
   // phrases by falling frequency.
-  uint64_t total = 0;
-  for (const MQPhrase& phrase : table->phrases) total += phrase.frequency;
-  if (total > kMaxTotal) {
-    for (MQPhrase& phrase : table->phrases) {
-      phrase.frequency = static_cast<uint32_t>(std::max<uint64_t>(1, phrase.frequency * kMaxTotal / total));
-    }
-  }
+  scaleFrequencies(table);
   std::vector<uint32_t> order(table->phrases.size());
   for (uint32_t i = 0; i < order.size(); ++i) order[i] = i;
   std::stable_sort(order.begin(), order.end(), [&](uint32_t a, uint32_t b) {
     return table->phrases[a].frequency > table->phrases[b].frequency;
   });
   std::vector<uint32_t> rank(order.size()), start(order.size());
-  total = 0;
+  uint64_t total = 0;
   for (uint32_t r = 0; r < order.size(); ++r) {
     rank[order[r]] = r;
     start[r] = static_cast<uint32_t>(total);
@@ -121,6 +144,17 @@ std::vector<uint8_t> mqEncodeStream(MQPhraseTable* table) {
     if (frequency == 1) break;
     previousBits = 32 - std::countl_zero(frequency);
   }
+  if (getenv("PHRASE_STATS")) {
+    size_t multi=0, runs=0, singles=0, values=0;
+    for (uint32_t id : table->parse) { const MQPhrase& ph = table->phrases[id]; values += ph.values.size()*ph.repeat;
+      if (ph.values.size()>1) ++multi; else if (ph.repeat>1) ++runs; else ++singles; }
+    std::map<uint32_t, size_t> runLengths; size_t zeroRunSteps = 0, singleZero = 0;
+    for (uint32_t id : table->parse) { const MQPhrase& ph = table->phrases[id]; if (ph.values.size()==1 && ph.repeat>1) { runLengths[ph.repeat]++; if (ph.values[0]==0) zeroRunSteps++; } if (ph.values.size()==1 && ph.repeat==1 && ph.values[0]==0) singleZero++; }
+    std::vector<std::pair<size_t,uint32_t>> top; for (auto [l,c] : runLengths) top.push_back({c,l}); std::sort(top.rbegin(), top.rend());
+    for (size_t i = 0; i < top.size() && i < 15; ++i) fprintf(stderr, "run %u x%zu; ", top[i].second, top[i].first);
+    fprintf(stderr, "\nzero run steps %zu single zeros %zu distinct run lengths %zu\n", zeroRunSteps, singleZero, runLengths.size());
+    fprintf(stderr, "phrases=%zu dict=%zu values=%zu multi=%zu runs=%zu singles=%zu\n", table->parse.size(), table->phrases.size(), values, multi, runs, singles);
+  }
   for (uint32_t id : table->parse) {
     uint32_t r = rank[id];
     mqPutSymbol(&encoder, start[r], table->phrases[id].frequency, static_cast<uint32_t>(total));
@@ -135,6 +169,7 @@ std::vector<uint8_t> mqEncodeSymbols(const void* symbols, uint32_t count, uint32
       mqAnalyzePhrases(symbols, count, mode, shortRun), mqFreePhraseTable);
   mqOptimizePhrases(table.get());
   mqLimitPhrases(table.get(), phraseLimit);
+  mqJoinPhrasePairs(table.get(), phraseLimit);
   return mqEncodeStream(table.get());
 }
 
