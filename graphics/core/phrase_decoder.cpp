@@ -276,9 +276,10 @@ MQDecoder* mqOpenDecoder(void* statePointer, uint32_t size, const void* data, ui
 #endif
   for (DecoderPhrase& phrase : d->phrases) listNonZeros(d.get(), &phrase);
 
-  // Buckets: four to eight per phrase, no more than the table limit (and 2^16) allows, none
+  // Buckets: two to four per phrase (finer ones cost more in the cache than the scans they
+  // spare), no more than the table limit (and 2^16) allows, none
   // narrower than one value.
-  uint32_t bucketCount = std::bit_ceil(std::min<uint64_t>(8ull * phraseCount, 1u << 16));
+  uint32_t bucketCount = std::bit_ceil(std::min<uint64_t>(2ull * phraseCount, 1u << 16));
   bucketCount = std::min(bucketCount, std::bit_floor(std::max(tableLimit, 1u)));
   bucketCount = std::min(bucketCount, std::bit_floor(d->total));
   d->bucketShift = static_cast<uint32_t>(std::bit_width(d->total - 1)) - std::countr_zero(bucketCount);
