@@ -7,11 +7,17 @@
 
 namespace {
 
-// 16 int32 as 16-bit lanes in order, saturated.
+// 16 int32 as 16-bit lanes, saturated, in the order the in-lane pack leaves them: values 0-3,
+// 8-11, 4-7, 12-15. The interleaving shuffles put them back in order.
 __m256i loadPacked(const int32_t* values) {
-  __m256i packed = _mm256_packs_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(values)),
-                                      _mm256_loadu_si256(reinterpret_cast<const __m256i*>(values + 8)));
-  return _mm256_permute4x64_epi64(packed, _MM_SHUFFLE(3, 1, 2, 0));
+  return _mm256_packs_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(values)),
+                            _mm256_loadu_si256(reinterpret_cast<const __m256i*>(values + 8)));
+}
+
+// Where pixel `i` of 16 stands in a channel's bytes after loadPacked and channelBytes.
+constexpr int packedPosition(int i) {
+  constexpr int kGroupAt[4] = {0, 2, 1, 3};
+  return kGroupAt[i / 4] * 4 + i % 4;
 }
 
 __m256i clamp16(__m256i v, int low, int high) {
@@ -37,7 +43,7 @@ struct Interleave {
   constexpr Interleave() : index{} {
     for (int out = 0; out < 48; ++out) {
       for (int channel = 0; channel < 3; ++channel) {
-        index[out / 16][channel][out % 16] = static_cast<int8_t>(out % 3 == channel ? out / 3 : -1);
+        index[out / 16][channel][out % 16] = static_cast<int8_t>(out % 3 == channel ? packedPosition(out / 3) : -1);
       }
     }
   }
