@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstring>
 #include <memory>
+#include <type_traits>
 
 namespace {
 
@@ -148,7 +149,6 @@ struct MQDecoder {
   std::vector<DecoderPhrase> phrases;
   std::vector<NonZeroSymbol> nonZeroSlots;  // kNonZeroSlots a phrase
   std::vector<NonZeroSymbol> moreNonZeros;
-  std::vector<NonZeroSymbol> scratch;  // a phrase's non-zero symbols while the decoder opens
   // The lookup of a scaled code: the table gives for each bucket of 2^bucketShift cumulative
   // values the first phrase that reaches into it; from there a scan over the phrases' ends
   // finds the phrase. With several buckets per phrase the scan is mostly empty.
@@ -165,11 +165,11 @@ struct MQDecoder {
 namespace {
 
 // Fills the whole-phrase fields of `phrase` and its slots from its values.
-void listNonZeros(MQDecoder* d, DecoderPhrase* phrase) {
+// `nonZeros` is room for the list, reused from phrase to phrase.
+void listNonZeros(MQDecoder* d, DecoderPhrase* phrase, std::vector<NonZeroSymbol>& nonZeros) {
   const int32_t* values = d->values.data() + phrase->first;
   const uint64_t nonZerosPerRepeat = static_cast<uint64_t>(std::count_if(values, values + phrase->length, [](int32_t v) { return v != 0; }));
   const uint64_t span = uint64_t{phrase->length} * phrase->repeat;
-  std::vector<NonZeroSymbol>& nonZeros = d->scratch;
   nonZeros.clear();
   phrase->reach = 0;
   if (span > kLongestDirectSpan || nonZerosPerRepeat * phrase->repeat > kMostDirectNonZeros) {
@@ -274,7 +274,8 @@ MQDecoder* mqOpenDecoder(void* statePointer, uint32_t size, const void* data, ui
     d->totalPerFrequency.push_back(f == 0 ? 0 : d->scaledTotal / f);
   }
 #endif
-  for (DecoderPhrase& phrase : d->phrases) listNonZeros(d.get(), &phrase);
+  std::vector<NonZeroSymbol> nonZeros;
+  for (DecoderPhrase& phrase : d->phrases) listNonZeros(d.get(), &phrase, nonZeros);
 
   // Buckets: two to four per phrase (finer ones cost more in the cache than the scans they
   // spare), no more than the table limit (and 2^16) allows, none
@@ -520,6 +521,14 @@ uint32_t decodeSymbols(MQDecoder* d, MQDecoderState* shared, Sink& sink, uint32_
   return count;
 }
 
+// Calls decode(std::type_identity<Q>) with the quotients Q that suit the decoder's total.
+template <typename Decode>
+uint32_t withQuotients(const MQDecoder& d, Decode decode) {
+  if (!d.estimates) return decode(std::type_identity<IntegerQuotients>{});
+  if (d.totalShift >= 0) return decode(std::type_identity<ShiftQuotients>{});
+  return decode(std::type_identity<EstimatedQuotients>{});
+}
+
 template <typename Quotients>
 uint32_t decodeByUnit(MQDecoder* d, void* state, void* dst, uint32_t count) {
   auto* s = static_cast<MQDecoderState*>(state);
@@ -542,9 +551,9 @@ uint32_t decodeByUnit(MQDecoder* d, void* state, void* dst, uint32_t count) {
 }  // namespace
 
 uint32_t mqDecodeFloat(MQDecoder* decoder, void* state, void* dst, uint32_t count) {
-  if (!decoder->estimates) return decodeByUnit<IntegerQuotients>(decoder, state, dst, count);
-  if (decoder->totalShift >= 0) return decodeByUnit<ShiftQuotients>(decoder, state, dst, count);
-  return decodeByUnit<EstimatedQuotients>(decoder, state, dst, count);
+  return withQuotients(*decoder, [&]<typename Quotients>(std::type_identity<Quotients>) {
+    return decodeByUnit<Quotients>(decoder, state, dst, count);
+  });
 }
 
 uint32_t mqDecodeInteger(MQDecoder* decoder, void* state, void* dst, uint32_t count) {
@@ -554,14 +563,9 @@ uint32_t mqDecodeInteger(MQDecoder* decoder, void* state, void* dst, uint32_t co
 uint32_t mqDecodeScattered(MQDecoder* decoder, void* state, int32_t* dst, const uint16_t* order,
                            uint32_t count) {
   ScatterSink sink{dst, order};
-  auto* s = static_cast<MQDecoderState*>(state);
-  if (!decoder->estimates) {
-    decodeSymbols<IntegerQuotients>(decoder, s, sink, count);
-  } else if (decoder->totalShift >= 0) {
-    decodeSymbols<ShiftQuotients>(decoder, s, sink, count);
-  } else {
-    decodeSymbols<EstimatedQuotients>(decoder, s, sink, count);
-  }
+  withQuotients(*decoder, [&]<typename Quotients>(std::type_identity<Quotients>) {
+    return decodeSymbols<Quotients>(decoder, static_cast<MQDecoderState*>(state), sink, count);
+  });
   return sink.end;
 }
 
